@@ -1,0 +1,79 @@
+#ifndef OM_PRINT_H
+#define OM_PRINT_H
+
+#include "foundation/core/omTypes.h"
+
+#include <atomic>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace Om
+{
+
+/// The log of the process: every message of the libraries goes through it.
+///
+/// A message has a print type, a small number that says what it is: 1 and 2 trace and notice, 3 reports, 4 errors,
+/// 5 warnings, 7 the format of a new window. It goes out when its type is not below the print level. The level starts
+/// at 4, so that errors and warnings show; the environment variable `OM_PRINT_LEVEL` sets another start. At level 1
+/// the capability report is written too, at level 0 the operations that open a ScopedPrint as well.
+///
+/// Messages go to standard error unless setSink() names another place. A message that does not go out costs a
+/// comparison: nothing is formatted, nothing is allocated. Any thread may write.
+class OM_EXPORT Print
+{
+public:
+  using Sink = std::function<void(int type, const std::string& text)>;
+
+  static Print& instance();
+
+  /// Writes one message, formatted as by printf. The text carries its own newline.
+  void write(int type, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+  /// A stream for one message of the given type. Each line goes out when its newline is inserted; a line left open
+  /// goes out as it is at the thread's next call. The signature names the operation that writes; standard error shows
+  /// it in front of the line at print level 0. The stream belongs to the calling thread and serves until its next call.
+  std::ostream& ostream(int type, const char* signature);
+  std::ostream& ostream(int type, const std::string& signature);
+
+  int printLevel() const;
+  void setPrintLevel(int level);
+
+  /// Sends messages to `sink`, each with its type and its text as written, newline included. An empty function
+  /// restores standard error. The sink may itself write messages.
+  void setSink(Sink sink);
+
+  /// Brackets an operation in the trace: at print level 0 its signature is written when the object is made and when
+  /// it goes. Costs a comparison at any other level.
+  class OM_EXPORT ScopedPrint
+  {
+  public:
+    /// Both strings must outlive the object; `second` is written behind the signature and may be empty.
+    ScopedPrint(const char* signature, const char* second);
+    ~ScopedPrint();
+    ScopedPrint(const ScopedPrint&) = delete;
+    ScopedPrint& operator=(const ScopedPrint&) = delete;
+
+  private:
+    const char* m_signature; ///< null when nothing was written
+    const char* m_second;
+  };
+
+private:
+  Print();
+  ~Print() = default;
+
+  void emit(int type, const char* signature, const std::string& text);
+
+  friend class LineBuffer;
+
+  std::atomic<int> m_level;
+  std::mutex m_sinkMutex;
+  std::shared_ptr<const Sink> m_sink; ///< null: standard error
+};
+
+} // namespace Om
+
+#endif

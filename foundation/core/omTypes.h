@@ -1,0 +1,15 @@
+#ifndef OM_TYPES_H
+#define OM_TYPES_H
+
+#include <cstdint>
+#include <string>
+
+/// Marks a class, function or datum as part of a shared library's interface; everything else stays inside it.
+#define OM_EXPORT __attribute__((visibility("default")))
+
+using OmU8 = std::uint8_t;    ///< An unsigned byte: one channel of one pixel.
+using OmU32 = std::uint32_t;  ///< An unsigned 32-bit integer: sizes in pixels, GL names and GL enumerants.
+using OmBoolean = bool;       ///< What an operation that can fail returns: true on success.
+using OmString = std::string; ///< A byte string. File names and messages are taken as they are, in no fixed encoding.
+
+#endif
