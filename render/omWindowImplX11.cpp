@@ -1,0 +1,389 @@
+#include "render/omWindowImplX11.h"
+
+#include "foundation/core/omPrint.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xutil.h>
+#include <boost/make_shared.hpp>
+#include <boost/pointer_cast.hpp>
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+namespace
+{
+
+constexpr OmU32 LargestSize = 32767; // X's coordinates are signed 16-bit numbers
+
+struct VisualTail
+{
+  int attributes[3]; // 0 where unused
+  bool stereo;
+};
+
+constexpr VisualTail VisualTails[] = {
+    {{GLX_STEREO, GLX_DEPTH_SIZE, 32}, true}, {{GLX_STEREO, GLX_DEPTH_SIZE, 24}, true},
+    {{GLX_DEPTH_SIZE, 32, 0}, false},         {{GLX_DEPTH_SIZE, 24, 0}, false},
+    {{GLX_DEPTH_SIZE, 1, 0}, false},          {{0, 0, 0}, false},
+};
+
+/// The property by which Motif, and most window managers after it, are told about decorations. X hands properties of
+/// format 32 over as longs.
+struct MotifHints
+{
+  unsigned long flags;
+  unsigned long functions;
+  unsigned long decorations;
+  long inputMode;
+  unsigned long status;
+};
+
+constexpr unsigned long MotifDecorationsValid = 2;
+
+struct Size
+{
+  unsigned int width;
+  unsigned int height;
+};
+
+/// The size to ask X for, which knows no empty windows.
+Size nativeSize(OmU32 width, OmU32 height)
+{
+  if (width == 0 || height == 0)
+    return {1, 1};
+  return {std::min(width, LargestSize), std::min(height, LargestSize)};
+}
+
+} // namespace
+
+/// The connections of a share group's windows, past ones included.
+class OmWindow::Impl::X11::Connections
+{
+public:
+  void add(const boost::shared_ptr<Display>& connection)
+  {
+    if (std::find(m_connections.begin(), m_connections.end(), connection) == m_connections.end())
+      m_connections.push_back(connection);
+  }
+
+  /// A connection that no back end uses any more; empty when there is none.
+  boost::shared_ptr<Display> findIdle() const
+  {
+    const auto idle = std::find_if(m_connections.begin(), m_connections.end(),
+                                   [](const auto& connection) { return connection.use_count() == 1; });
+    return idle == m_connections.end() ? boost::shared_ptr<Display>() : *idle;
+  }
+
+private:
+  std::vector<boost::shared_ptr<Display>> m_connections;
+};
+
+OmWindow::Impl::X11::X11()
+    : m_pDisplay(nullptr), m_pVisualInfo(nullptr), m_context(nullptr), m_xWindow(0), m_colormap(0)
+{
+}
+
+OmWindow::Impl::X11::~X11()
+{
+  X11::closeWindow();
+  if (m_pVisualInfo)
+    XFree(m_pVisualInfo);
+}
+
+boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::X11::newImpl()
+{
+  return boost::make_shared<X11>();
+}
+
+void OmWindow::Impl::X11::setName(const OmString& name)
+{
+  if (!m_xWindow)
+    return;
+  XStoreName(m_pDisplay, m_xWindow, name.c_str());
+  XFlush(m_pDisplay);
+}
+
+void OmWindow::Impl::X11::setWindowSize(OmU32 width, OmU32 height)
+{
+  if (!m_xWindow)
+    return;
+  const Size size = nativeSize(width, height);
+  XResizeWindow(m_pDisplay, m_xWindow, size.width, size.height);
+  handleConfigure();
+}
+
+void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
+{
+  if (!m_xWindow)
+    return;
+  XMoveWindow(m_pDisplay, m_xWindow, static_cast<int>(x), static_cast<int>(y));
+  handleConfigure();
+}
+
+void OmWindow::Impl::X11::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y)
+{
+  if (!m_xWindow)
+    return;
+  const Size size = nativeSize(width, height);
+  XMoveResizeWindow(m_pDisplay, m_xWindow, static_cast<int>(x), static_cast<int>(y), size.width, size.height);
+  handleConfigure();
+}
+
+void OmWindow::Impl::X11::setTopMost(OmBoolean topMost)
+{
+  if (!m_xWindow)
+    return;
+  if (topMost)
+    XRaiseWindow(m_pDisplay, m_xWindow);
+  else
+    XLowerWindow(m_pDisplay, m_xWindow);
+  XFlush(m_pDisplay);
+}
+
+void OmWindow::Impl::X11::setHideWindow(OmBoolean hide)
+{
+  if (!m_xWindow)
+    return;
+  if (hide)
+    XUnmapWindow(m_pDisplay, m_xWindow);
+  else
+    XMapWindow(m_pDisplay, m_xWindow);
+  handleConfigure();
+}
+
+void OmWindow::Impl::X11::setFullScreen(OmBoolean fullScreen)
+{
+  if (!m_xWindow)
+    return;
+  const Atom atom = XInternAtom(m_pDisplay, "_MOTIF_WM_HINTS", True);
+  if (atom == None)
+  {
+    Om::Print::instance().write(4, "Unable to change fullscreen property.\n");
+    return;
+  }
+  const MotifHints hints = {MotifDecorationsValid, 0, fullScreen ? 0ul : 1ul, 0, 0};
+  XChangeProperty(m_pDisplay, m_xWindow, atom, atom, 32, PropModeReplace,
+                  reinterpret_cast<const unsigned char*>(&hints), sizeof hints / sizeof(long));
+  XFlush(m_pDisplay);
+}
+
+void OmWindow::Impl::X11::makeCurrent() const
+{
+  if (!m_xWindow || (glXGetCurrentContext() == m_context && OmWindow::getWindow() == m_pWindow))
+    return;
+  glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
+}
+
+void OmWindow::Impl::X11::swapBuffers() const
+{
+  if (m_xWindow)
+    glXSwapBuffers(m_pDisplay, m_xWindow);
+}
+
+OmBoolean OmWindow::Impl::X11::openWindow()
+{
+  if (!m_pWindow)
+  {
+    Om::Print::instance().write(4, "X11::openWindow - No root window specified.\n");
+    return false;
+  }
+  if (m_xWindow)
+    return true;
+  if (!openDisplay() || !chooseVisual() || !createContext() || !createWindow())
+  {
+    closeWindow();
+    return false;
+  }
+  if (!m_pWindow->getHideWindow())
+    mapWindow();
+  glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
+  const OmString name = m_pWindow->getName();
+  setName(name);
+  return true;
+}
+
+bool OmWindow::Impl::X11::openDisplay()
+{
+  if (!m_pDisplay)
+  {
+    const boost::shared_ptr<X11> partner = sharePartner();
+    if (partner && partner->m_context)
+      m_connection = partner->connections().findIdle();
+    if (m_connection)
+      XSync(m_connection.get(), True); // drops the events of the window that used it before
+    else if (Display* display = XOpenDisplay(nullptr))
+      m_connection.reset(display, XCloseDisplay);
+    m_pDisplay = m_connection.get();
+  }
+  if (!m_pDisplay)
+  {
+    Om::Print::instance().write(4, "X11::openWindow - Cannot open display.\n");
+    return false;
+  }
+  if (!glXQueryExtension(m_pDisplay, nullptr, nullptr))
+  {
+    Om::Print::instance().write(4, "X11::openWindow - Failed to get GLX extensions.\n");
+    return false;
+  }
+  return true;
+}
+
+OmBoolean OmWindow::Impl::X11::chooseVisual()
+{
+  const int screen = ScreenCount(m_pDisplay) - 1;
+  if (m_pVisualInfo)
+    XFree(m_pVisualInfo);
+  m_pVisualInfo = nullptr;
+  for (const VisualTail& tail : VisualTails)
+  {
+    int attributes[] = {GLX_DOUBLEBUFFER,   GLX_RGBA,           GLX_RED_SIZE,       8,   GLX_ALPHA_SIZE, 8,
+                        tail.attributes[0], tail.attributes[1], tail.attributes[2], None};
+    m_pVisualInfo = glXChooseVisual(m_pDisplay, screen, attributes);
+    if (!m_pVisualInfo)
+      continue;
+    if (tail.stereo)
+      m_pWindow->setStereoSupported();
+    return true;
+  }
+  Om::Print::instance().write(4, "X11: Unable to find suitable pixel format.\n");
+  return false;
+}
+
+bool OmWindow::Impl::X11::createContext()
+{
+  const boost::shared_ptr<X11> partner = sharePartner();
+  if (!partner && getShare())
+    Om::Print::instance().write(4, "OmWindow::openWindow() - Unable to share windows of different types.\n");
+
+  const GLXContext shared = partner ? partner->m_context : nullptr;
+  m_context = glXCreateContext(m_pDisplay, m_pVisualInfo, shared, True);
+  if (!m_context)
+  {
+    Om::Print::instance().write(4, "X11::openWindow - Failed to create OpenGL context.\n");
+    return false;
+  }
+  m_shareGroup = shared ? partner->m_shareGroup : boost::make_shared<Connections>();
+  connections().add(m_connection);
+  return true;
+}
+
+bool OmWindow::Impl::X11::createWindow()
+{
+  const Window root = RootWindow(m_pDisplay, m_pVisualInfo->screen);
+  m_colormap = XCreateColormap(m_pDisplay, root, m_pVisualInfo->visual, AllocNone);
+
+  XSetWindowAttributes attributes = {};
+  attributes.border_pixel = 0;
+  attributes.event_mask = ExposureMask | VisibilityChangeMask | StructureNotifyMask | FocusChangeMask;
+  attributes.colormap = m_colormap;
+
+  OmU32 width = 0;
+  OmU32 height = 0;
+  OmU32 x = 0;
+  OmU32 y = 0;
+  m_pWindow->getWindowSizeAndPos(width, height, x, y);
+  const Size size = nativeSize(width, height);
+  if (width <= LargestSize && height <= LargestSize)
+    m_xWindow = XCreateWindow(m_pDisplay, root, static_cast<int>(x), static_cast<int>(y), size.width, size.height, 0,
+                              m_pVisualInfo->depth, InputOutput, m_pVisualInfo->visual,
+                              CWBorderPixel | CWEventMask | CWColormap, &attributes);
+  if (!m_xWindow)
+  {
+    Om::Print::instance().write(4, "X11::openWindow - Failed to create Window.\n");
+    return false;
+  }
+
+  XSizeHints hints = {};
+  hints.flags = PPosition;
+  hints.x = static_cast<int>(x);
+  hints.y = static_cast<int>(y);
+  XSetWMNormalHints(m_pDisplay, m_xWindow, &hints);
+  return true;
+}
+
+void OmWindow::Impl::X11::mapWindow()
+{
+  XMapWindow(m_pDisplay, m_xWindow);
+  XEvent event;
+  XIfEvent(m_pDisplay, &event, waitForMapNotifyX, reinterpret_cast<char*>(m_xWindow));
+  if (m_pWindow->getTopMost())
+    XRaiseWindow(m_pDisplay, m_xWindow);
+}
+
+void OmWindow::Impl::X11::unmapWindow()
+{
+  // An unmap is reported only for a window that is mapped: not before the window manager has mapped it, and not after
+  // the user has iconified it.
+  XWindowAttributes attributes = {};
+  const bool mapped = XGetWindowAttributes(m_pDisplay, m_xWindow, &attributes) && attributes.map_state != IsUnmapped;
+  XUnmapWindow(m_pDisplay, m_xWindow);
+  XEvent event;
+  if (mapped)
+    XIfEvent(m_pDisplay, &event, waitForUnmapNotifyX, reinterpret_cast<char*>(m_xWindow));
+}
+
+void OmWindow::Impl::X11::closeWindow()
+{
+  if (m_xWindow)
+  {
+    if (!m_pWindow->getHideWindow())
+      unmapWindow();
+    destroyContext();
+    XDestroyWindow(m_pDisplay, m_xWindow);
+    m_xWindow = 0;
+  }
+  else if (m_context)
+  {
+    destroyContext();
+  }
+  else if (m_pVisualInfo)
+  {
+    XFree(m_pVisualInfo);
+    m_pVisualInfo = nullptr;
+  }
+  if (m_colormap)
+  {
+    XFreeColormap(m_pDisplay, m_colormap);
+    XFlush(m_pDisplay); // the connection may outlive the window
+    m_colormap = 0;
+  }
+  m_pWindow = nullptr;
+}
+
+void OmWindow::Impl::X11::destroyContext()
+{
+  if (!m_context)
+    return;
+  glXMakeCurrent(m_pDisplay, None, nullptr);
+  glXDestroyContext(m_pDisplay, m_context);
+  m_context = nullptr;
+  m_shareGroup.reset();
+}
+
+void OmWindow::Impl::X11::handleConfigure()
+{
+  XEvent event;
+  if (XCheckTypedWindowEvent(m_pDisplay, m_xWindow, ConfigureNotify, &event))
+    XFlush(m_pDisplay);
+}
+
+boost::shared_ptr<OmWindow::Impl::X11> OmWindow::Impl::X11::sharePartner() const
+{
+  return boost::dynamic_pointer_cast<X11>(getShare());
+}
+
+OmWindow::Impl::X11::Connections& OmWindow::Impl::X11::connections() const
+{
+  return *static_cast<Connections*>(m_shareGroup.get());
+}
+
+Bool OmWindow::Impl::X11::waitForMapNotifyX(Display*, XEvent* event, char* arg)
+{
+  return event->type == MapNotify && event->xmap.window == reinterpret_cast<Window>(arg);
+}
+
+Bool OmWindow::Impl::X11::waitForUnmapNotifyX(Display*, XEvent* event, char* arg)
+{
+  return event->type == UnmapNotify && event->xunmap.window == reinterpret_cast<Window>(arg);
+}

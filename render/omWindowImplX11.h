@@ -1,0 +1,71 @@
+#ifndef OM_WINDOW_IMPL_X11_H
+#define OM_WINDOW_IMPL_X11_H
+
+#include "render/omWindow.h"
+
+#include <GL/glx.h>
+#include <X11/Xlib.h>
+
+/// The back end that opens a window directly on an X server, with a GLX context.
+///
+/// The display is the one that the environment names (DISPLAY). Every back end has a connection of its own, opened with
+/// its first window. Drivers tie shared GL objects to the connections of all contexts that share them, so connections
+/// belong to the share group as well: they are closed when the last window of the group is gone, and a connection that
+/// a closed window left behind serves the group's next one.
+class OM_EXPORT OmWindow::Impl::X11 : public OmWindow::Impl
+{
+public:
+  X11();
+  ~X11() override;
+
+  void setName(const OmString& name) override;
+  void setWindowSize(OmU32 width, OmU32 height) override;
+  void setWindowPos(OmU32 x, OmU32 y) override;
+  void setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y) override;
+  /// Raises or lowers the window; the window manager may think otherwise.
+  void setTopMost(OmBoolean topMost) override;
+  void setHideWindow(OmBoolean hide) override;
+  /// Takes the decorations away by the property _MOTIF_WM_HINTS and gives them back; size and position stay. A line of
+  /// print type 4 when no window manager knows the property.
+  void setFullScreen(OmBoolean fullScreen) override;
+  void makeCurrent() const override;
+  void swapBuffers() const override;
+  /// Opens the window on the last screen of the display and, unless it is hidden, waits until the server has mapped
+  /// it. A size of 0 opens as 1 by 1.
+  OmBoolean openWindow() override;
+  /// Closes window and context; waits for the unmap where one will come.
+  void closeWindow() override;
+  /// Chooses a double-buffered RGBA visual: stereo and deep depth buffers first, then simpler ones. False, with a line
+  /// of print type 4, when the display has none.
+  virtual OmBoolean chooseVisual();
+
+  static boost::shared_ptr<OmWindow::Impl> newImpl();
+
+  /// Predicates for XIfEvent: whether the event reports the map, or unmap, of the window whose id is `arg`.
+  static Bool waitForMapNotifyX(Display* display, XEvent* event, char* arg);
+  static Bool waitForUnmapNotifyX(Display* display, XEvent* event, char* arg);
+
+protected:
+  Display* m_pDisplay;
+  XVisualInfo* m_pVisualInfo;
+  GLXContext m_context;
+  Window m_xWindow;
+
+private:
+  class Connections;
+
+  bool openDisplay();
+  bool createContext();
+  bool createWindow();
+  void mapWindow();
+  void unmapWindow();
+  void destroyContext();
+  void handleConfigure();
+  boost::shared_ptr<X11> sharePartner() const;
+  Connections& connections() const;
+
+  Colormap m_colormap;
+  boost::shared_ptr<Display> m_connection; ///< what m_pDisplay points to; the share group holds it too
+};
+
+#endif
