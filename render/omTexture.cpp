@@ -1,0 +1,457 @@
+#include "render/omTexture.h"
+
+#include "foundation/core/omPrint.h"
+#include "image/omImageReaderWriter.h"
+#include "render/omGL.h"
+#include "render/omWindow.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <ostream>
+#include <vector>
+
+namespace
+{
+
+// What earlier bindings may have left on a texture unit that a later drawing would suffer from. Set for good by the
+// first texture of the kind, so that processes without any pay nothing.
+bool s_textureMatrixScaled = false;
+bool s_rectangleEnabled = false;
+
+struct FormatSize
+{
+  GLenum format;
+  unsigned int components;
+};
+
+constexpr FormatSize FormatSizes[] = {
+    {GL_RGB, 3},
+    {GL_RGBA, 4},
+    {GL_LUMINANCE, 1},
+    {GL_LUMINANCE_ALPHA, 2},
+    {GL_RGB_INTEGER_EXT, 3},
+    {GL_RGBA_INTEGER_EXT, 4},
+    {GL_LUMINANCE_INTEGER_EXT, 1},
+    {GL_LUMINANCE_ALPHA_INTEGER_EXT, 2},
+    {GL_RED, 1},
+    {GL_GREEN, 1},
+    {GL_BLUE, 1},
+    {GL_ALPHA, 1},
+    {GL_BGR, 3},
+    {GL_BGRA, 4},
+    {GL_DEPTH_COMPONENT, 1},
+};
+
+/// Bytes per texel; 0 for formats that are not known here.
+unsigned int texelSize(GLenum format, GLenum type)
+{
+  if (type == GL_UNSIGNED_BYTE)
+    for (const FormatSize& size : FormatSizes)
+      if (size.format == format)
+        return size.components;
+  return 0;
+}
+
+OmU32 saturated(std::size_t size)
+{
+  return static_cast<OmU32>(std::min<std::size_t>(size, std::numeric_limits<OmU32>::max()));
+}
+
+/// A corner of a quad: which texture coordinates it takes from textureCoords(), and where it is.
+struct Corner
+{
+  int s;
+  int t;
+  float x;
+  float y;
+};
+
+std::array<Corner, 4> quadCorners(float x0, float y0, float x1, float y1)
+{
+  return {{{0, 1, x0, y0}, {2, 1, x1, y0}, {2, 3, x1, y1}, {0, 3, x0, y1}}};
+}
+
+/// Calls `change` with the texture matrix selected and restores the matrix mode.
+template <class Change>
+void changeTextureMatrix(Change change)
+{
+  GLint mode = 0;
+  glGetIntegerv(GL_MATRIX_MODE, &mode);
+  glMatrixMode(GL_TEXTURE);
+  change();
+  glMatrixMode(static_cast<GLenum>(mode));
+}
+
+} // namespace
+
+bool OmTexture::Storage::operator==(const Storage& other) const
+{
+  return target == other.target && format == other.format && width == other.width && height == other.height;
+}
+
+OmTexture::OmTexture()
+    : m_id(0), m_unit(0), m_width(0), m_height(0), m_reuse(false), m_padded(false),
+      m_performFloatConversion(false), m_texCoords{0.0f, 0.0f, 1.0f, 1.0f}, m_orientation(OmImage::TopRowFirst)
+{
+  const Om::Print::ScopedPrint scope("OmTexture::OmTexture()", "");
+}
+
+OmTexture::OmTexture(const OmTexture& other) : m_unit(0), m_reuse(false)
+{
+  OmTexture::operator=(other);
+}
+
+OmTexture::~OmTexture()
+{
+  const Om::Print::ScopedPrint scope("virtual OmTexture::~OmTexture()", "");
+  OmTexture::release();
+}
+
+OmTexture& OmTexture::operator=(const OmTexture& other)
+{
+  if (this == &other)
+    return *this;
+  m_id = other.m_id;
+  m_parameters = other.m_parameters;
+  m_width = other.m_width;
+  m_height = other.m_height;
+  m_padded = other.m_padded;
+  m_performFloatConversion = other.m_performFloatConversion;
+  m_orientation = other.m_orientation;
+  std::copy(std::begin(other.m_texCoords), std::end(other.m_texCoords), m_texCoords);
+  m_shareGroup = other.m_shareGroup;
+  m_storage = other.m_storage;
+  return *this;
+}
+
+OmBoolean OmTexture::operator==(const OmTexture& other) const
+{
+  return m_id == other.m_id && m_parameters == other.m_parameters && m_width == other.m_width &&
+         m_height == other.m_height && m_padded == other.m_padded &&
+         m_performFloatConversion == other.m_performFloatConversion && m_orientation == other.m_orientation &&
+         std::equal(std::begin(m_texCoords), std::end(m_texCoords), other.m_texCoords);
+}
+
+OmBoolean OmTexture::loadFromFile(const OmString& fileName, const OmTextureParameters& params,
+                                  OmImage::Orientation orientation)
+{
+  constexpr char signature[] =
+      "virtual OmBoolean OmTexture::loadFromFile(const OmString&, const OmTextureParameters&, OmImage::Orientation)";
+  const Om::Print::ScopedPrint scope(signature, "");
+  OmImage image;
+  if (!OmImageReaderWriter::read(image, fileName))
+  {
+    Om::Print::instance().ostream(4, signature) << "Can't read file (" << fileName << ")" << std::endl;
+    return false;
+  }
+  m_orientation = orientation;
+  if (orientation == OmImage::BottomRowFirst)
+    image.copyFromOrToFlipped(false);
+  return loadFromImage(image, params);
+}
+
+OmBoolean OmTexture::loadFromImage(const OmImage& image, const OmTextureParameters& params)
+{
+  constexpr char signature[] = "virtual OmBoolean OmTexture::loadFromImage(const OmImage&, const OmTextureParameters&)";
+  const Om::Print::ScopedPrint scope(signature, "");
+  ensureName(signature);
+  const bool isDefault = params == OmTextureParameters();
+  m_parameters = params;
+  if (isDefault)
+  {
+    m_parameters.setMinFilterType(GL_NEAREST);
+    m_parameters.setMagFilterType(GL_NEAREST);
+  }
+  m_parameters.getFormatFromImage(image);
+
+  const bool flipped = image.isFlipped();
+  m_orientation = flipped ? OmImage::BottomRowFirst : OmImage::TopRowFirst;
+  const OmU8* const source = flipped ? image.flippedData() : image.data();
+  if (!source)
+    return loadShell(image.width(), image.height(), m_parameters);
+
+  const bool ownSize = calculatePOT(image.width(), image.height());
+  matchNameToTarget(signature);
+  if (ownSize)
+    return load(source, saturated(flipped ? image.flippedByteSize() : image.byteSize()));
+
+  const std::size_t rowSize = std::size_t(image.width()) * image.channels();
+  const std::size_t storageRowSize = std::size_t(m_width) * image.channels();
+  const std::size_t rows = std::min(image.height(), m_height);
+  std::vector<OmU8> storage(storageRowSize * m_height);
+  for (std::size_t row = 0; row < rows; ++row)
+    std::memcpy(&storage[row * storageRowSize], source + row * rowSize, std::min(rowSize, storageRowSize));
+  return load(storage.data(), saturated(storage.size()));
+}
+
+OmBoolean OmTexture::loadShell(OmU32 width, OmU32 height, const OmTextureParameters& params)
+{
+  constexpr char signature[] = "virtual OmBoolean OmTexture::loadShell(OmU32, OmU32, const OmTextureParameters&)";
+  const Om::Print::ScopedPrint scope(signature, "");
+  m_parameters = params;
+  m_orientation = OmImage::BottomRowFirst;
+  ensureName(signature);
+  calculatePOT(width, height);
+  matchNameToTarget(signature);
+  m_reuse = false;
+  return load(nullptr, 0);
+}
+
+/// Makes a GL name where there is none that the current context knows.
+void OmTexture::ensureName(const char* signature)
+{
+  if (m_id != 0 && OmWindow::getWindow() && !OmWindow::isShareGroupCurrent(m_shareGroup))
+    m_id = 0;
+  if (m_id != 0)
+    return;
+  glGenTextures(1, &m_id);
+  m_shareGroup = OmWindow::currentShareGroup();
+  m_storage = Storage();
+  Om::Print::instance().ostream(1, signature) << "Creating texture ID " << m_id << std::endl;
+}
+
+/// A GL name stays with the target that it was first bound to; another target takes another name.
+void OmTexture::matchNameToTarget(const char* signature)
+{
+  if (m_storage.target == 0 || m_storage.target == textureType())
+    return;
+  release();
+  ensureName(signature);
+}
+
+OmBoolean OmTexture::calculatePOT(OmU32 width, OmU32 height)
+{
+  const Om::Print::ScopedPrint scope("virtual OmBoolean OmTexture::calculatePOT(OmU32, OmU32)", "");
+  m_reuse = false;
+  const OmU32 potWidth = OmGL::powerOf2(width);
+  const OmU32 potHeight = OmGL::powerOf2(height);
+  m_texCoords[0] = m_texCoords[1] = 0.0f;
+
+  if (m_parameters.pixelFormat() == OmTextureParameters::NoFormat)
+    m_parameters.setPixelFormat(OmTextureParameters::RGB);
+  if (m_parameters.internalFormat() == OmTextureParameters::NoFormat)
+    m_parameters.setInternalFormat(m_parameters.pixelFormat());
+
+  const OmU32 requested = m_parameters.requestedTextureType();
+  const bool floatRectangle = m_parameters.isFloatType() && textureType() == GL_TEXTURE_RECTANGLE_ARB;
+  const bool asIs = (width == potWidth && height == potHeight && !floatRectangle) ||
+                    (OmGL::isSupported(OmGL::SupportNPOT) && (requested == GL_TEXTURE_2D || requested == 0));
+  const bool rectangle = !asIs && OmGL::isSupported(OmGL::SupportTextureRectangle) &&
+                         (requested == GL_TEXTURE_RECTANGLE_ARB || requested == 0);
+  m_padded = !asIs && !rectangle;
+  if (m_padded)
+  {
+    m_width = potWidth;
+    m_height = potHeight;
+    m_texCoords[2] = static_cast<float>(static_cast<double>(width) / potWidth);
+    m_texCoords[3] = static_cast<float>(static_cast<double>(height) / potHeight);
+    return false;
+  }
+
+  if (rectangle)
+    m_parameters.setTextureType(GL_TEXTURE_RECTANGLE_ARB);
+  m_reuse = m_width == width && m_height == height;
+  m_width = width;
+  m_height = height;
+  const bool inTexels = textureType() == GL_TEXTURE_RECTANGLE_ARB; // also where the size needed no rectangle
+  m_texCoords[2] = inTexels ? static_cast<float>(width) : 1.0f;
+  m_texCoords[3] = inTexels ? static_cast<float>(height) : 1.0f;
+  return true;
+}
+
+OmBoolean OmTexture::load(const OmU8* data, OmU32 size)
+{
+  constexpr char signature[] = "virtual OmBoolean OmTexture::load(const OmU8*, OmU32)";
+  const Om::Print::ScopedPrint scope(signature, "");
+  if (!bind())
+    return false;
+  if (data && !isLargeEnough(size))
+  {
+    Om::Print::instance().write(4, "OmTexture::load - %u bytes are too few for %u x %u texels of %u bytes.\n", size,
+                                m_width, m_height, texelSize(m_parameters.pixelFormat(), m_parameters.dataFormat()));
+    return false;
+  }
+  m_parameters.ApplyParameters();
+  glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+
+  const Storage wanted = {textureType(), m_parameters.internalFormat(), m_width, m_height};
+  const auto width = static_cast<GLsizei>(m_width);
+  const auto height = static_cast<GLsizei>(m_height);
+  const auto internalFormat = static_cast<GLint>(m_parameters.internalFormat());
+  if (m_performFloatConversion)
+  {
+    uploadFloats(data, size);
+  }
+  else if (m_reuse && m_storage == wanted)
+  {
+    Om::Print::instance().ostream(2, signature) << "Reusing texture." << std::endl;
+    glTexSubImage2D(textureType(), 0, 0, 0, width, height, m_parameters.pixelFormat(), m_parameters.dataFormat(), data);
+  }
+  else
+  {
+    glTexImage2D(textureType(), 0, internalFormat, width, height, 0, m_parameters.pixelFormat(),
+                 m_parameters.dataFormat(), data);
+  }
+  m_storage = wanted;
+  return true;
+}
+
+void OmTexture::uploadFloats(const OmU8* data, OmU32 size)
+{
+  std::vector<float> floats;
+  if (data)
+    floats.assign(data, data + size);
+  glTexImage2D(textureType(), 0, static_cast<GLint>(m_parameters.internalFormat()), static_cast<GLsizei>(m_width),
+               static_cast<GLsizei>(m_height), 0, m_parameters.pixelFormat(), GL_FLOAT,
+               floats.empty() ? nullptr : floats.data());
+}
+
+bool OmTexture::isLargeEnough(OmU32 size) const
+{
+  const std::size_t texels = std::size_t(m_width) * m_height;
+  const unsigned int bytes = texelSize(m_parameters.pixelFormat(), m_parameters.dataFormat());
+  return bytes == 0 || texels <= size / bytes;
+}
+
+OmBoolean OmTexture::release() const
+{
+  constexpr char signature[] = "virtual OmBoolean OmTexture::release() const";
+  const Om::Print::ScopedPrint scope(signature, "");
+  if (m_id == 0)
+    return false;
+  if (!OmWindow::getWindow())
+  {
+    Om::Print::instance().ostream(2, signature) << "Releasing texture with no context." << std::endl;
+  }
+  else if (OmWindow::isShareGroupCurrent(m_shareGroup) && glIsTexture(m_id) == GL_TRUE)
+  {
+    Om::Print::instance().ostream(1, signature) << "Deleting texture ID " << m_id << std::endl;
+    glDeleteTextures(1, &m_id);
+  }
+  m_id = 0;
+  return true;
+}
+
+OmBoolean OmTexture::bind() const
+{
+  if (m_id == 0)
+    return false;
+  glEnable(textureType());
+  glActiveTextureARB(GL_TEXTURE0_ARB + m_unit);
+  glBindTexture(textureType(), m_id);
+  if (m_padded)
+    scaleTexture();
+  if (textureType() == GL_TEXTURE_RECTANGLE_ARB)
+    s_rectangleEnabled = true;
+  return true;
+}
+
+OmBoolean OmTexture::unbind() const
+{
+  glBindTexture(textureType(), 0);
+  return true;
+}
+
+void OmTexture::scaleTexture() const
+{
+  if (!m_padded || m_id == 0)
+    return;
+  s_textureMatrixScaled = true;
+  changeTextureMatrix(
+      [this]
+      {
+        glLoadIdentity();
+        glScalef(m_texCoords[2], std::max(m_texCoords[1], m_texCoords[3]), 1.0f);
+      });
+}
+
+void OmTexture::textureCoords(float* coords) const
+{
+  const bool bottomRowFirst = m_orientation == OmImage::BottomRowFirst;
+  coords[0] = m_texCoords[0];
+  coords[1] = m_texCoords[bottomRowFirst ? 1 : 3];
+  coords[2] = m_texCoords[2];
+  coords[3] = m_texCoords[bottomRowFirst ? 3 : 1];
+}
+
+/// Binds the texture so that textureCoords() alone says what is drawn, with and without a shader that looks at the
+/// texture matrix.
+bool OmTexture::bindForDrawing() const
+{
+  if (!bind())
+    return false;
+  if (s_textureMatrixScaled)
+    changeTextureMatrix([] { glLoadIdentity(); });
+  if (s_rectangleEnabled && textureType() == GL_TEXTURE_2D)
+    glDisable(GL_TEXTURE_RECTANGLE_ARB);
+  return true;
+}
+
+OmBoolean OmTexture::drawScreenAlignedQuad(float x0, float y0, float x1, float y1) const
+{
+  if (!bindForDrawing())
+    return false;
+  float tc[4];
+  textureCoords(tc);
+  glColor3f(1.0f, 1.0f, 1.0f);
+  glBegin(GL_QUADS);
+  for (const Corner& corner : quadCorners(x0, y0, x1, y1))
+  {
+    glTexCoord2f(tc[corner.s], tc[corner.t]);
+    glVertex2f(corner.x, corner.y);
+  }
+  glEnd();
+  return true;
+}
+
+OmBoolean OmTexture::drawMultiTextureScreenAlignedQuad(const OmTexture& other, float x0, float y0, float x1,
+                                                       float y1) const
+{
+  if (unit() == 0 && other.unit() == 0)
+    other.setUnit(1);
+  if (!other.bindForDrawing() || !bindForDrawing())
+    return false;
+  float a[4];
+  float b[4];
+  textureCoords(a);
+  other.textureCoords(b);
+  const GLenum unitA = GL_TEXTURE0_ARB + unit();
+  const GLenum unitB = GL_TEXTURE0_ARB + other.unit();
+  glBegin(GL_QUADS);
+  for (const Corner& corner : quadCorners(x0, y0, x1, y1))
+  {
+    glMultiTexCoord2fARB(unitB, b[corner.s], b[corner.t]);
+    glMultiTexCoord2fARB(unitA, a[corner.s], a[corner.t]);
+    glVertex2f(corner.x, corner.y);
+  }
+  glEnd();
+  return true;
+}
+
+OmU32 OmTexture::id() const
+{
+  return m_id;
+}
+
+void OmTexture::setUnit(unsigned int unit) const
+{
+  m_unit = unit;
+}
+
+unsigned int OmTexture::unit() const
+{
+  return m_unit;
+}
+
+void OmTexture::setTextureParameters(const OmTextureParameters& params)
+{
+  m_parameters = params;
+}
+
+const OmTextureParameters& OmTexture::textureParameters() const
+{
+  return m_parameters;
+}

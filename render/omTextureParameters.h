@@ -1,0 +1,157 @@
+#ifndef OM_TEXTURE_PARAMETERS_H
+#define OM_TEXTURE_PARAMETERS_H
+
+#include "foundation/core/omTypes.h"
+
+#include <GL/gl.h>
+
+class OmImage;
+
+/// How a texture is stored on the card and how it is sampled.
+///
+/// A value: texture settings to copy, compare and hand to OmTexture's loading operations. All enumerants are GL's own.
+///
+/// \code
+///   OmTextureParameters parameters;
+///   parameters.setInternalFormat(OmTextureParameters::RGB32F);
+///   parameters.setWrapType(GL_CLAMP_TO_EDGE);
+///   texture.loadFromImage(image, parameters);
+/// \endcode
+///
+/// A float or integer format that the card cannot store is replaced when it is set (setInternalFormat()).
+class OM_EXPORT OmTextureParameters
+{
+public:
+  /// GL's formats, for storage (internal format) and for pixels in memory (pixel format); each value is the GL
+  /// enumerant of the same name.
+  enum PixelFormat : OmU32
+  {
+    NoFormat = 0, ///< not chosen yet: OmTexture then takes the format of the pixels
+
+    RGB = GL_RGB,
+    RGBA = GL_RGBA,
+    Luminance = GL_LUMINANCE,
+    LuminanceAlpha = GL_LUMINANCE_ALPHA,
+
+    // Pixels for integer textures (GL_EXT_texture_integer)
+    RGBInteger = GL_RGB_INTEGER_EXT,
+    RGBAInteger = GL_RGBA_INTEGER_EXT,
+    LuminanceInteger = GL_LUMINANCE_INTEGER_EXT,
+    LuminanceAlphaInteger = GL_LUMINANCE_ALPHA_INTEGER_EXT,
+
+    // Float storage (GL_ARB_texture_float)
+    RGBA32F = GL_RGBA32F_ARB,
+    RGB32F = GL_RGB32F_ARB,
+    Luminance32F = GL_LUMINANCE32F_ARB,
+    RGBA16F = GL_RGBA16F_ARB,
+    RGB16F = GL_RGB16F_ARB,
+    Luminance16F = GL_LUMINANCE16F_ARB,
+
+    // Float storage of rectangle textures (GL_NV_float_buffer)
+    FloatR16NV = GL_FLOAT_R16_NV,
+    FloatR32NV = GL_FLOAT_R32_NV,
+    FloatRGB16NV = GL_FLOAT_RGB16_NV,
+    FloatRGB32NV = GL_FLOAT_RGB32_NV,
+    FloatRGBA16NV = GL_FLOAT_RGBA16_NV,
+    FloatRGBA32NV = GL_FLOAT_RGBA32_NV,
+
+    // Integer storage (GL_EXT_texture_integer)
+    RGBA32UI = GL_RGBA32UI_EXT,
+    RGB32UI = GL_RGB32UI_EXT,
+    Luminance32UI = GL_LUMINANCE32UI_EXT,
+    LuminanceAlpha32UI = GL_LUMINANCE_ALPHA32UI_EXT,
+    RGBA16UI = GL_RGBA16UI_EXT,
+    RGB16UI = GL_RGB16UI_EXT,
+    Luminance16UI = GL_LUMINANCE16UI_EXT,
+    LuminanceAlpha16UI = GL_LUMINANCE_ALPHA16UI_EXT,
+    RGBA8UI = GL_RGBA8UI_EXT,
+    RGB8UI = GL_RGB8UI_EXT,
+    RGBA32I = GL_RGBA32I_EXT,
+    RGB32I = GL_RGB32I_EXT,
+    Luminance32I = GL_LUMINANCE32I_EXT,
+    LuminanceAlpha32I = GL_LUMINANCE_ALPHA32I_EXT,
+    RGBA16I = GL_RGBA16I_EXT,
+    RGB16I = GL_RGB16I_EXT,
+    Luminance16I = GL_LUMINANCE16I_EXT,
+    LuminanceAlpha16I = GL_LUMINANCE_ALPHA16I_EXT,
+    RGBA8I = GL_RGBA8I_EXT,
+    RGB8I = GL_RGB8I_EXT
+  };
+
+  /// Bytes as pixels, formats not chosen yet, modulating, repeating, linear filters, GL_TEXTURE_2D, no preference for
+  /// a target.
+  OmTextureParameters() = default;
+  /// The defaults, with the pixel format of an image (getFormatFromImage()).
+  explicit OmTextureParameters(const OmImage& image);
+  OmTextureParameters(const OmTextureParameters&) = default;
+  OmTextureParameters& operator=(const OmTextureParameters&) = default;
+  virtual ~OmTextureParameters() = default;
+
+  /// Whether all settings agree.
+  OmBoolean operator==(const OmTextureParameters& other) const;
+  OmBoolean operator!=(const OmTextureParameters& other) const { return !(*this == other); }
+
+  /// The GL data type of the pixels in memory.
+  OmU32 dataFormat() const { return m_dataFormat; }
+
+  /// The GL format of the pixels in memory.
+  PixelFormat pixelFormat() const { return m_pixelFormat; }
+  void setPixelFormat(PixelFormat format) { m_pixelFormat = format; }
+  /// The format for 1 to 4 channels (0 counts as 3), an integer one when the internal format is. A larger count
+  /// changes nothing and writes a line of print type 4.
+  void setPixelFormat(unsigned int channels);
+
+  /// The GL format of the storage.
+  PixelFormat internalFormat() const { return m_internalFormat; }
+  /// Sets the format of the storage, or the nearest one that the card has, with a line of print type 4 where that
+  /// loses the kind of number asked for. Without float textures an ARB float format becomes GL_NV_float_buffer's
+  /// counterpart on the rectangle target where there is one, else GL_RGB or GL_RGBA; without GL_EXT_texture_integer
+  /// an integer format becomes its base format. Asks OmGL::isSupported().
+  void setInternalFormat(PixelFormat format);
+
+  /// The texture environment mode, GL_MODULATE and its like.
+  OmU32 applyType() const { return m_applyType; }
+  void setApplyType(unsigned int type) { m_applyType = type; }
+
+  /// The wrap mode in both directions. Rectangle textures take clamping modes only.
+  OmU32 wrapType() const { return m_wrapType; }
+  void setWrapType(unsigned int type) { m_wrapType = type; }
+
+  OmU32 minFilterType() const { return m_minFilterType; }
+  void setMinFilterType(unsigned int type) { m_minFilterType = type; }
+
+  OmU32 magFilterType() const { return m_magFilterType; }
+  void setMagFilterType(unsigned int type) { m_magFilterType = type; }
+
+  /// The texture target in effect: GL_TEXTURE_2D or GL_TEXTURE_RECTANGLE_ARB.
+  OmU32 textureType() const { return m_textureType; }
+  /// Asks for a target and puts it in effect.
+  void setTextureType(unsigned int type) { m_textureType = m_requestedTextureType = type; }
+  /// The target that was asked for; 0 without a preference.
+  OmU32 requestedTextureType() const { return m_requestedTextureType; }
+
+  /// Whether the storage holds floats, respectively integers.
+  bool isFloatType() const { return m_isFloatType; }
+  bool isIntegerType() const { return m_isIntegerType; }
+
+  /// Takes the data type and the pixel format from an image and checks the internal format against the card again.
+  void getFormatFromImage(const OmImage& image);
+
+  /// Applies environment, wrap and filter settings to the texture bound to textureType(), in the current GL context.
+  OmBoolean ApplyParameters() const;
+
+protected:
+  OmU32 m_dataFormat = GL_UNSIGNED_BYTE;
+  PixelFormat m_pixelFormat = NoFormat;
+  PixelFormat m_internalFormat = NoFormat;
+  OmU32 m_applyType = GL_MODULATE;
+  OmU32 m_wrapType = GL_REPEAT;
+  OmU32 m_minFilterType = GL_LINEAR;
+  OmU32 m_magFilterType = GL_LINEAR;
+  OmU32 m_textureType = GL_TEXTURE_2D;
+  OmU32 m_requestedTextureType = 0;
+  bool m_isFloatType = false;
+  bool m_isIntegerType = false;
+};
+
+#endif
