@@ -1,0 +1,76 @@
+#ifndef OM_IMAGE_H
+#define OM_IMAGE_H
+
+#include "foundation/core/omTypes.h"
+
+#include <cstddef>
+#include <vector>
+
+/// A picture in memory: 8-bit channels, rows packed without padding, top row first.
+///
+/// An image may carry a second copy of its pixels with the rows bottom row first, as GL stores them: the flipped
+/// copy. While the flipped copy is in use (isFlipped()), it is the one that a texture is filled from. Both copies
+/// always have the image's one size and channel count: making one of them with another shape drops the other.
+///
+/// Sizes multiply in 64 bits; a size that cannot be held throws std::bad_alloc and leaves the image as it was.
+class OM_EXPORT OmImage
+{
+public:
+  /// Which row of a picture comes first.
+  enum Orientation
+  {
+    TopRowFirst = 0,   ///< as files and OmImage::data() have them
+    BottomRowFirst = 1 ///< as GL has them
+  };
+
+  /// An image without pixels: 0 by 0, no channels.
+  OmImage() = default;
+  /// A zero-filled image; `width` and `height` in pixels, one byte a channel.
+  OmImage(OmU32 channels, OmU32 width, OmU32 height);
+  OmImage(const OmImage&) = default;
+  OmImage& operator=(const OmImage&);
+  /// The source of a move is left without pixels.
+  OmImage(OmImage&&) noexcept;
+  OmImage& operator=(OmImage&&) noexcept;
+  ~OmImage() = default;
+
+  OmU32 width() const { return m_width; }
+  OmU32 height() const { return m_height; }
+  OmU32 channels() const { return m_channels; }
+
+  /// The pixels, top row first: channel c of pixel (x, y) is `data()[(y * width() + x) * channels() + c]`, indices in
+  /// 64 bits. Null when the image has no pixels.
+  OmU8* data() { return m_pixels.empty() ? nullptr : m_pixels.data(); }
+  const OmU8* data() const { return m_pixels.empty() ? nullptr : m_pixels.data(); }
+  /// The size of data() in bytes.
+  std::size_t byteSize() const { return m_pixels.size(); }
+
+  /// Whether the flipped copy is in use.
+  OmBoolean isFlipped() const { return m_isFlipped; }
+  /// The flipped copy, laid out as data() but bottom row first. Null when there is none.
+  OmU8* flippedData() { return m_flippedPixels.empty() ? nullptr : m_flippedPixels.data(); }
+  const OmU8* flippedData() const { return m_flippedPixels.empty() ? nullptr : m_flippedPixels.data(); }
+  /// The size of flippedData() in bytes.
+  std::size_t flippedByteSize() const { return m_flippedPixels.size(); }
+
+  /// Copies between the pixels and the flipped copy, reversing the order of the rows. False fills the flipped copy
+  /// from the pixels and puts it in use; true fills the pixels from the flipped copy and takes that out of use.
+  /// Without a source nothing changes.
+  void copyFromOrToFlipped(bool fromFlipped);
+
+  /// Makes the image anew, zero-filled, without a flipped copy. The second argument is not used; pass 0.
+  void zeroImage(OmU32 channels, OmU32 reserved, OmU32 width, OmU32 height);
+  /// Makes the flipped copy anew, zero-filled, and puts it in use. The pixels stay when their shape is the same.
+  /// The second argument is not used; pass 0.
+  void zeroFlippedImage(OmU32 channels, OmU32 reserved, OmU32 width, OmU32 height);
+
+protected:
+  OmU32 m_channels = 0;
+  OmU32 m_width = 0;
+  OmU32 m_height = 0;
+  std::vector<OmU8> m_pixels;
+  std::vector<OmU8> m_flippedPixels;
+  OmBoolean m_isFlipped = false;
+};
+
+#endif

@@ -1,0 +1,41 @@
+#include "image/omInputFile.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+bool OmInputFile::open(const OmString& fileName, OmString& reason)
+{
+  // O_NONBLOCK: opening a pipe that nobody writes to would wait for ever. It means nothing to a regular file.
+  const int descriptor = ::open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (descriptor < 0)
+  {
+    reason = std::generic_category().message(errno);
+    return false;
+  }
+  m_stream.reset(::fdopen(descriptor, "rb"));
+  if (!m_stream)
+  {
+    ::close(descriptor);
+    reason = "out of memory";
+    return false;
+  }
+
+  struct stat status = {};
+  if (::fstat(descriptor, &status) != 0)
+    reason = std::generic_category().message(errno);
+  else if (S_ISDIR(status.st_mode))
+    reason = "it is a directory";
+  else if (!S_ISREG(status.st_mode))
+    reason = "it is not a regular file";
+  else if (status.st_size <= 0)
+    reason = "the file is empty";
+  else
+  {
+    m_size = static_cast<std::uint64_t>(status.st_size);
+    return true;
+  }
+  return false;
+}

@@ -1,0 +1,32 @@
+#ifndef OM_INPUT_FILE_H
+#define OM_INPUT_FILE_H
+
+#include "foundation/core/omTypes.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+/// A regular file that is read from its start.
+class OmInputFile
+{
+public:
+  /// Opens a regular file that is not empty, without ever waiting for it: a pipe or a device is refused. On failure
+  /// `reason` says why.
+  bool open(const OmString& fileName, OmString& reason);
+
+  std::FILE* stream() const { return m_stream.get(); }
+  /// The size in bytes when the file was opened.
+  std::uint64_t size() const { return m_size; }
+
+private:
+  struct Close
+  {
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+  };
+
+  std::unique_ptr<std::FILE, Close> m_stream;
+  std::uint64_t m_size = 0;
+};
+
+#endif

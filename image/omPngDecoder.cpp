@@ -1,0 +1,109 @@
+#include "image/omPngDecoder.h"
+
+#include <csetjmp>
+#include <cstdio>
+#include <type_traits>
+
+namespace
+{
+
+/// No deflate stream expands further than this.
+constexpr std::uint64_t DeflateRatio = 1032;
+
+void ignoreWarning(png_structp, png_const_charp) {}
+
+} // namespace
+
+OmPngDecoder::OmPngDecoder(const OmInputFile& file) : m_file(file)
+{
+  m_png = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, onError, ignoreWarning);
+  if (m_png != nullptr)
+    m_info = png_create_info_struct(m_png);
+}
+
+OmPngDecoder::~OmPngDecoder()
+{
+  png_destroy_read_struct(&m_png, &m_info, nullptr);
+}
+
+/// Calls libpng and returns false when it gives up. libpng leaves by longjmp; the frames it crosses are libpng's own,
+/// this one and the call's, and none of them holds an object with a destructor.
+template <typename Call>
+bool OmPngDecoder::attempt(const Call& call)
+{
+  static_assert(std::is_trivially_destructible_v<Call>);
+  if (setjmp(png_jmpbuf(m_png)) != 0)
+    return false;
+  call();
+  return true;
+}
+
+void OmPngDecoder::onError(png_structp png, png_const_charp message)
+{
+  static_cast<OmPngDecoder*>(png_get_error_ptr(png))->fail(message);
+  png_longjmp(png, 1);
+}
+
+void OmPngDecoder::onRead(png_structp png, png_bytep bytes, png_size_t count)
+{
+  std::FILE* const stream = static_cast<OmPngDecoder*>(png_get_io_ptr(png))->m_file.stream();
+  if (std::fread(bytes, 1, count, stream) != count)
+    png_error(png, std::ferror(stream) != 0 ? "the file cannot be read to its end" : "the file ends early");
+}
+
+bool OmPngDecoder::fileMayHoldPicture() const
+{
+  const std::uint64_t pixelBytes = m_file.size() * DeflateRatio;
+  return png_get_rowbytes(m_png, m_info) + 1 <= pixelBytes / m_height; // each row has one byte more, its filter
+}
+
+bool OmPngDecoder::readHeader()
+{
+  if (m_info == nullptr)
+    return fail("out of memory");
+
+  const bool done = attempt(
+      [this]
+      {
+        png_set_read_fn(m_png, this, onRead);
+        png_set_user_limits(m_png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        // No text, profile or other chunk that says nothing about the pixels is worth unpacking.
+        png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+        // What libpng would let pass with a warning, a wrong checksum of the pixels for one, is damage.
+        png_set_benign_errors(m_png, 0);
+        png_read_info(m_png, m_info);
+
+        m_width = png_get_image_width(m_png, m_info);
+        m_height = png_get_image_height(m_png, m_info);
+        const unsigned colorType = png_get_color_type(m_png, m_info);
+        const bool hasAlpha =
+            (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(m_png, m_info, PNG_INFO_tRNS) != 0;
+        m_channels = ((colorType & PNG_COLOR_MASK_COLOR) != 0 ? 3U : 1U) + (hasAlpha ? 1U : 0U);
+      });
+  return done && (fileMayHoldPicture() || fail("the file is too small for the size in its header"));
+}
+
+bool OmPngDecoder::start()
+{
+  const bool done = attempt(
+      [this]
+      {
+        png_set_expand(m_png);
+        png_set_scale_16(m_png);
+        m_passes = png_set_interlace_handling(m_png);
+        png_read_update_info(m_png, m_info);
+      });
+  // The rows that readRow() gets are as long as this header said.
+  return done && (png_get_rowbytes(m_png, m_info) == std::uint64_t{m_width} * m_channels ||
+                  fail("its pixels do not have the layout that the header announces"));
+}
+
+bool OmPngDecoder::readRow(OmU8* row)
+{
+  return attempt([this, row] { png_read_row(m_png, row, nullptr); });
+}
+
+bool OmPngDecoder::finish()
+{
+  return attempt([this] { png_read_end(m_png, nullptr); });
+}

@@ -1,0 +1,35 @@
+#ifndef OM_PNG_DECODER_H
+#define OM_PNG_DECODER_H
+
+#include "image/omImageDecoder.h"
+#include "image/omInputFile.h"
+
+#include <png.h>
+
+/// Decodes a PNG file with libpng to 8-bit channels: a palette, a transparent colour and grey of less than 8 bits are
+/// expanded, 16 bits are scaled to 8, gamma is left alone.
+class OmPngDecoder : public OmImageDecoder
+{
+public:
+  /// The file must outlive the decoder.
+  explicit OmPngDecoder(const OmInputFile& file);
+  ~OmPngDecoder() override;
+
+  bool readHeader() override;
+  bool start() override;
+  bool readRow(OmU8* row) override;
+  bool finish() override;
+
+private:
+  template <typename Call>
+  bool attempt(const Call& call);
+  bool fileMayHoldPicture() const;
+  static void onError(png_structp png, png_const_charp message);
+  static void onRead(png_structp png, png_bytep bytes, png_size_t count);
+
+  const OmInputFile& m_file;
+  png_structp m_png = nullptr;
+  png_infop m_info = nullptr;
+};
+
+#endif
