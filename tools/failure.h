@@ -1,0 +1,21 @@
+#ifndef OM_TOOLS_FAILURE_H
+#define OM_TOOLS_FAILURE_H
+
+#include "foundation/core/omTypes.h"
+
+#include <stdexcept>
+
+/// Ends the program with one line on standard error: what was wrong with what, and what to do.
+class Failure : public std::runtime_error
+{
+public:
+  using std::runtime_error::runtime_error;
+};
+
+/// A text in double quotes, for messages.
+OmString quoted(const OmString& text);
+
+/// Writes "PROGRAM: message" as one line on standard error, whatever a file name in it contains.
+void printFailure(const OmString& program, const OmString& message);
+
+#endif

@@ -1,0 +1,18 @@
+#ifndef OM_TOOLS_NUMBERS_H
+#define OM_TOOLS_NUMBERS_H
+
+#include "image/omImageBlock.h"
+
+#include <optional>
+
+/// The numbers that users write. Each reader takes the whole text, without spaces, and gives nothing when it is not
+/// what is asked for.
+
+/// A duration in seconds, 0 to 1000000, fractions included.
+std::optional<double> readSeconds(const OmString& text);
+/// "X,Y", each from 0 to `largest`.
+std::optional<OmPixel> readPosition(const OmString& text, OmU32 largest);
+/// "X,Y,WIDTH,HEIGHT" with neither size 0.
+std::optional<OmImageBlock> readBlock(const OmString& text);
+
+#endif

@@ -1,0 +1,75 @@
+#include "tools/displayErrors.h"
+#include "tools/failure.h"
+#include "tools/infoCommand.h"
+#include "tools/libraryLog.h"
+#include "tools/showCommand.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <new>
+
+namespace
+{
+
+constexpr int FailureStatus = 1;
+constexpr int UsageStatus = 2;
+
+int fail(const OmString& message, int status)
+{
+  printFailure("omrender", message);
+  return status;
+}
+
+int run(int argc, char** argv)
+{
+  LibraryLog log;
+  CLI::App program("Shows pictures with OpenGL and tells what the graphics card offers.", "omrender");
+  program.set_version_flag("--version", OM_VERSION, "Print the version and exit");
+  program.require_subcommand(0, 1); // none is refused below, so that an unknown one is named first
+  program.footer("Examples:\n"
+                 "  omrender info\n"
+                 "  omrender show photo.jpg --capture window.png\n"
+                 "  omrender show --help");
+  addInfoCommand(program, log);
+  addShowCommand(program, log);
+  try
+  {
+    program.parse(argc, argv);
+    if (program.get_subcommands().empty())
+      throw CLI::RequiredError::Subcommand(1);
+  }
+  catch (const CLI::Success& help)
+  {
+    program.exit(help); // prints the help or the version
+  }
+  catch (const CLI::ParseError& error)
+  {
+    return fail(OmString(error.what()) + " (omrender --help tells more)", UsageStatus);
+  }
+  if (!std::cout.flush())
+    return fail("cannot write to standard output", FailureStatus);
+  for (const OmString& warning : log.warnings())
+    printFailure("omrender", "warning: " + warning);
+  return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+  endOnDisplayErrors();
+  try
+  {
+    return run(argc, argv);
+  }
+  catch (const std::bad_alloc&)
+  {
+    return fail("out of memory; show smaller pictures", FailureStatus);
+  }
+  catch (const std::exception& error)
+  {
+    return fail(error.what(), FailureStatus);
+  }
+}
