@@ -1,0 +1,9 @@
+#ifndef OM_TESTS_ALLOCATIONS_H
+#define OM_TESTS_ALLOCATIONS_H
+
+#include <cstddef>
+
+/// How often the process has asked `operator new` for memory so far.
+std::size_t allocationCount();
+
+#endif
