@@ -3,6 +3,7 @@
 #include "foundation/common/omUtils.h"
 #include "foundation/core/omPrint.h"
 #include "render/omSimpleWindow.h"
+#include "render/omVersion.h"
 
 #include <GL/glx.h>
 

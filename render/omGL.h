@@ -81,7 +81,8 @@ public:
   /// The smallest power of two that is not below the value; 0 for 0, and 2^31 for every value above 2^31.
   static unsigned int powerOf2(unsigned int value);
 
-  /// The capability bits found by the last init(); 0 before the first and after a failed one.
+  /// The capability bits: what the last init() found and setExtension() added since. 0 before the first detection and
+  /// after a failed one; SupportOpenGL alone when no window could be opened for one.
   static OmU32 supportStatus;
 };
 

@@ -5,6 +5,7 @@
 #include "image/omImageBlock.h"
 #include "render/omGL.h"
 #include "render/omTexture.h"
+#include "render/omVersion.h"
 
 #include <boost/make_shared.hpp>
 
@@ -43,7 +44,7 @@ OmU8* captureTarget(OmImage& image, OmU32 flags, OmU32 channels, const Rectangle
       image.channels() != channels || image.width() != rectangle.width || image.height() != rectangle.height;
   if (flags & OmSimpleWindow::CaptureFlipped)
   {
-    if (otherShape || !image.isFlipped())
+    if (otherShape || !image.flippedData())
       image.zeroFlippedImage(channels, 0, rectangle.width, rectangle.height);
     return image.flippedData();
   }
@@ -61,12 +62,23 @@ OmSimpleWindow::~OmSimpleWindow() = default;
 OmBoolean OmSimpleWindow::setWindowSize(OmU32 width, OmU32 height)
 {
   const OmBoolean changed = OmWindow::setWindowSize(width, height);
-  if (m_initialized)
-  {
-    makeCurrent();
-    glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
-  }
+  setViewport();
   return changed;
+}
+
+OmBoolean OmSimpleWindow::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y)
+{
+  const OmBoolean changed = OmWindow::setWindowSizeAndPos(width, height, x, y);
+  setViewport();
+  return changed;
+}
+
+void OmSimpleWindow::setViewport() const
+{
+  if (!m_initialized)
+    return;
+  makeCurrent();
+  glViewport(0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height));
 }
 
 void OmSimpleWindow::closeWindow()

@@ -19,8 +19,9 @@ class OmTexture;
 ///   captured.copyFromOrToFlipped(true); // top row first again
 /// \endcode
 ///
-/// The window takes the size of the picture and opens itself on first use. Showing images of one size one after
-/// another uploads into one texture in place. Runs on any OpenGL; see OmTexture for how images are stored.
+/// The window takes the size of the picture and opens itself on first use. Images of one size and format, one after
+/// another, are uploaded into one texture in place, padded storage excepted. Runs on any OpenGL; see OmTexture for how
+/// images are stored.
 class OM_EXPORT OmSimpleWindow : public OmWindow
 {
 public:
@@ -33,15 +34,17 @@ public:
   OmSimpleWindow();
   ~OmSimpleWindow() override;
 
-  /// As OmWindow::setWindowSize(); an initialised window's GL viewport follows.
+  /// As OmWindow::setWindowSize(); an initialised window's GL viewport follows, after the picture has been drawn again.
   OmBoolean setWindowSize(OmU32 width, OmU32 height) override;
+  /// As OmWindow::setWindowSizeAndPos(), with the viewport as in setWindowSize().
+  OmBoolean setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y) override;
   /// Lets go of the picture, then closes the window.
   void closeWindow() override;
   /// Opens the window where needed, sets the GL state for drawing pictures (no depth test, lighting, blending or
   /// dithering, black background), clears and swaps.
   OmBoolean init() override;
   /// Clears, draws the picture over the whole drawing area and swaps when `swap` is true. False when the window does
-  /// not open.
+  /// not open or has no texture.
   OmBoolean renderScene(OmBoolean swap) override;
   /// Sizes the window to the image, opens it where needed, uploads the image into the window's texture and draws it;
   /// swaps when `swap` is true. False when the window does not open or the upload is refused.
@@ -50,9 +53,13 @@ public:
   /// where it has not 3 (RGB) or 4 (RGBA) channels; it then has 3. Rows arrive bottom row first, GL's order: with
   /// CaptureFlipped in the flipped copy, where that order belongs, else in the image's pixels.
   ///
+  /// A flipped copy of the right shape is written as it is, in use or not; without CaptureFlipped only the pixels are,
+  /// and a flipped copy that is in use stays in use.
+  ///
   /// `block` names the part to read, its corner counted from the top left of the window; it is cut to the window. Null
-  /// reads the whole window. False, with the image as it was, when nothing was drawn or the block lies outside. The
-  /// pixels of a window that is hidden or covered may be undefined; OmFBOWindow is free of that.
+  /// reads the whole window. False, with the image as it was, when the window does not open or has no texture, and when
+  /// the block lies outside. The pixels of a window that is hidden or covered may be undefined. GL's pack state, the
+  /// alignment aside, and its pixel buffer binding have to be the defaults.
   OmBoolean renderSceneAndCaptureImage(OmImage& image, OmU32 flags, const OmImageBlock* block) override;
 
   /// Clears the drawing area to black. Nothing before init().
@@ -71,6 +78,9 @@ public:
 
 protected:
   boost::shared_ptr<OmTexture> m_pTexture;
+
+private:
+  void setViewport() const;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include "foundation/core/omPrint.h"
 #include "image/omImageReaderWriter.h"
 #include "render/omGL.h"
+#include "render/omVersion.h"
 #include "render/omWindow.h"
 
 #include <algorithm>
@@ -58,6 +59,11 @@ unsigned int texelSize(GLenum format, GLenum type)
 OmU32 saturated(std::size_t size)
 {
   return static_cast<OmU32>(std::min<std::size_t>(size, std::numeric_limits<OmU32>::max()));
+}
+
+float quotient(OmU32 part, OmU32 whole)
+{
+  return whole == 0 ? 0.0f : static_cast<float>(static_cast<double>(part) / whole);
 }
 
 /// A corner of a quad: which texture coordinates it takes from textureCoords(), and where it is.
@@ -138,7 +144,7 @@ OmBoolean OmTexture::operator==(const OmTexture& other) const
 OmBoolean OmTexture::loadFromFile(const OmString& fileName, const OmTextureParameters& params,
                                   OmImage::Orientation orientation)
 {
-  constexpr char signature[] =
+  static constexpr char signature[] =
       "virtual OmBoolean OmTexture::loadFromFile(const OmString&, const OmTextureParameters&, OmImage::Orientation)";
   const Om::Print::ScopedPrint scope(signature, "");
   OmImage image;
@@ -155,7 +161,8 @@ OmBoolean OmTexture::loadFromFile(const OmString& fileName, const OmTextureParam
 
 OmBoolean OmTexture::loadFromImage(const OmImage& image, const OmTextureParameters& params)
 {
-  constexpr char signature[] = "virtual OmBoolean OmTexture::loadFromImage(const OmImage&, const OmTextureParameters&)";
+  static constexpr char signature[] =
+      "virtual OmBoolean OmTexture::loadFromImage(const OmImage&, const OmTextureParameters&)";
   const Om::Print::ScopedPrint scope(signature, "");
   ensureName(signature);
   const bool isDefault = params == OmTextureParameters();
@@ -189,7 +196,8 @@ OmBoolean OmTexture::loadFromImage(const OmImage& image, const OmTextureParamete
 
 OmBoolean OmTexture::loadShell(OmU32 width, OmU32 height, const OmTextureParameters& params)
 {
-  constexpr char signature[] = "virtual OmBoolean OmTexture::loadShell(OmU32, OmU32, const OmTextureParameters&)";
+  static constexpr char signature[] =
+      "virtual OmBoolean OmTexture::loadShell(OmU32, OmU32, const OmTextureParameters&)";
   const Om::Print::ScopedPrint scope(signature, "");
   m_parameters = params;
   m_orientation = OmImage::BottomRowFirst;
@@ -246,8 +254,8 @@ OmBoolean OmTexture::calculatePOT(OmU32 width, OmU32 height)
   {
     m_width = potWidth;
     m_height = potHeight;
-    m_texCoords[2] = static_cast<float>(static_cast<double>(width) / potWidth);
-    m_texCoords[3] = static_cast<float>(static_cast<double>(height) / potHeight);
+    m_texCoords[2] = quotient(width, potWidth);
+    m_texCoords[3] = quotient(height, potHeight);
     return false;
   }
 
@@ -264,10 +272,16 @@ OmBoolean OmTexture::calculatePOT(OmU32 width, OmU32 height)
 
 OmBoolean OmTexture::load(const OmU8* data, OmU32 size)
 {
-  constexpr char signature[] = "virtual OmBoolean OmTexture::load(const OmU8*, OmU32)";
+  static constexpr char signature[] = "virtual OmBoolean OmTexture::load(const OmU8*, OmU32)";
   const Om::Print::ScopedPrint scope(signature, "");
+  if (m_id != 0 && OmWindow::getWindow() && !OmWindow::isShareGroupCurrent(m_shareGroup))
+  {
+    Om::Print::instance().write(4, "OmTexture::load - the texture belongs to windows of another share group.\n");
+    return false;
+  }
   if (!bind())
     return false;
+  m_storage.target = textureType(); // for good: a name keeps the target of its first binding
   if (data && !isLargeEnough(size))
   {
     Om::Print::instance().write(4, "OmTexture::load - %u bytes are too few for %u x %u texels of %u bytes.\n", size,
@@ -318,7 +332,7 @@ bool OmTexture::isLargeEnough(OmU32 size) const
 
 OmBoolean OmTexture::release() const
 {
-  constexpr char signature[] = "virtual OmBoolean OmTexture::release() const";
+  static constexpr char signature[] = "virtual OmBoolean OmTexture::release() const";
   const Om::Print::ScopedPrint scope(signature, "");
   if (m_id == 0)
     return false;
@@ -385,9 +399,17 @@ bool OmTexture::bindForDrawing() const
     return false;
   if (s_textureMatrixScaled)
     changeTextureMatrix([] { glLoadIdentity(); });
-  if (s_rectangleEnabled && textureType() == GL_TEXTURE_2D)
+  if (s_rectangleEnabled && textureType() == GL_TEXTURE_2D && OmGL::isSupported(OmGL::SupportTextureRectangle))
     glDisable(GL_TEXTURE_RECTANGLE_ARB);
   return true;
+}
+
+/// Leaves the texture's own target as the only one enabled on its unit.
+void OmTexture::enableAlone() const
+{
+  glActiveTextureARB(GL_TEXTURE0_ARB + unit());
+  glDisable(textureType() == GL_TEXTURE_2D ? GL_TEXTURE_RECTANGLE_ARB : GL_TEXTURE_2D);
+  glEnable(textureType());
 }
 
 OmBoolean OmTexture::drawScreenAlignedQuad(float x0, float y0, float x1, float y1) const
@@ -414,6 +436,11 @@ OmBoolean OmTexture::drawMultiTextureScreenAlignedQuad(const OmTexture& other, f
     other.setUnit(1);
   if (!other.bindForDrawing() || !bindForDrawing())
     return false;
+  if (textureType() != other.textureType()) // each binding enabled its target on the unit that was active before
+  {
+    other.enableAlone();
+    enableAlone();
+  }
   float a[4];
   float b[4];
   textureCoords(a);

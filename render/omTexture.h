@@ -19,9 +19,11 @@
 ///     texture.drawScreenAlignedQuad(0.0f, 0.0f, 1.0f, 1.0f);
 /// \endcode
 ///
-/// Everything but the plain accessors works on the calling thread's current GL context. Loading an image of the size
-/// and format that are there already replaces the texels in place. Copies share one GL name and do not count it: the
-/// first one released deletes it for all.
+/// Everything but the plain accessors works on the calling thread's current GL context, which is to be of the share
+/// group that the texture was first loaded in. Loading an image of the size and format that are there already replaces
+/// the texels in place, except in padded storage and with float conversion. Copies share one GL name and do not count
+/// it: the first one released deletes it for all. Uploads set GL's unpack alignment and take the rest of the unpack
+/// state, and the pixel buffer binding, to be the defaults; GL errors are not looked at (OmGL::printGLError()).
 class OM_EXPORT OmTexture
 {
 public:
@@ -41,9 +43,10 @@ public:
   virtual OmBoolean loadFromFile(const OmString& fileName, const OmTextureParameters& params,
                                  OmImage::Orientation orientation);
   /// Uploads an image, its flipped copy where that is in use. Parameters left at their defaults select GL_NEAREST
-  /// filters. An image without pixels gives an empty texture of its size.
+  /// filters. An image without pixels gives an empty texture of its size. False as for load().
   virtual OmBoolean loadFromImage(const OmImage& image, const OmTextureParameters& params);
-  /// Makes an empty texture to render into; its rows count as bottom row first. `width` and `height` in texels.
+  /// Makes an empty texture to render into; its rows count as bottom row first. `width` and `height` in texels. False
+  /// as for load().
   virtual OmBoolean loadShell(OmU32 width, OmU32 height, const OmTextureParameters& params);
 
   /// Binds the texture on its unit, which becomes the active one, and enables its target on the unit that was active
@@ -68,6 +71,7 @@ public:
   /// matrix to identity, respectively disables a rectangle target that would hide a 2-D texture.
   virtual OmBoolean drawScreenAlignedQuad(float x0, float y0, float x1, float y1) const;
   /// The same with two textures on two units; when both use unit 0, `other` moves to unit 1 for good. Sets no colour.
+  /// Both draw operations return false when a texture without a GL name keeps them from drawing.
   virtual OmBoolean drawMultiTextureScreenAlignedQuad(const OmTexture& other, float x0, float y0, float x1,
                                                       float y1) const;
 
@@ -78,7 +82,8 @@ public:
   virtual void setUnit(unsigned int unit) const;
   virtual unsigned int unit() const;
 
-  /// The settings; after a load those in effect, with the formats and the target that were chosen.
+  /// The settings; after a load those in effect, with the formats and the target that were chosen. Setting them changes
+  /// nothing on the card until the next load.
   virtual void setTextureParameters(const OmTextureParameters& params);
   virtual const OmTextureParameters& textureParameters() const;
 
@@ -86,8 +91,9 @@ public:
   /// the storage has the image's own size, false when it is padded.
   virtual OmBoolean calculatePOT(OmU32 width, OmU32 height);
   /// Uploads pixels of width() by height() texels in the pixel format of the parameters, rows packed, as
-  /// calculatePOT() left things; null for storage alone. False without a name, and, with a line of print type 4, when
-  /// `size`, the number of bytes at `data`, is less than the storage needs.
+  /// calculatePOT() left things; null for storage alone. False without a name and, with a line of print type 4, when
+  /// `size`, the number of bytes at `data`, is less than the storage needs or the current window is of another share
+  /// group.
   virtual OmBoolean load(const OmU8* data, OmU32 size);
 
   /// The texture target in effect.
@@ -131,6 +137,7 @@ private:
   void uploadFloats(const OmU8* data, OmU32 size);
   bool isLargeEnough(OmU32 size) const;
   bool bindForDrawing() const;
+  void enableAlone() const;
 
   boost::weak_ptr<const void> m_shareGroup; ///< where m_id lives
   Storage m_storage;

@@ -3,6 +3,7 @@
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
 #include "render/omGL.h"
+#include "render/omVersion.h"
 
 #include <algorithm>
 #include <iterator>

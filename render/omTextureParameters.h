@@ -82,7 +82,7 @@ public:
   /// a target.
   OmTextureParameters() = default;
   /// The defaults, with the pixel format of an image (getFormatFromImage()).
-  explicit OmTextureParameters(const OmImage& image);
+  OmTextureParameters(const OmImage& image);
   OmTextureParameters(const OmTextureParameters&) = default;
   OmTextureParameters& operator=(const OmTextureParameters&) = default;
   virtual ~OmTextureParameters() = default;
@@ -98,7 +98,7 @@ public:
   PixelFormat pixelFormat() const { return m_pixelFormat; }
   void setPixelFormat(PixelFormat format) { m_pixelFormat = format; }
   /// The format for 1 to 4 channels (0 counts as 3), an integer one when the internal format is. A larger count
-  /// changes nothing and writes a line of print type 4.
+  /// changes nothing and writes a line of print type 4; so does a plain GL macro, which is no PixelFormat.
   void setPixelFormat(unsigned int channels);
 
   /// The GL format of the storage.
@@ -117,6 +117,7 @@ public:
   OmU32 wrapType() const { return m_wrapType; }
   void setWrapType(unsigned int type) { m_wrapType = type; }
 
+  /// The filters for a picture that is shown smaller, respectively larger, than it is.
   OmU32 minFilterType() const { return m_minFilterType; }
   void setMinFilterType(unsigned int type) { m_minFilterType = type; }
 
@@ -138,6 +139,7 @@ public:
   void getFormatFromImage(const OmImage& image);
 
   /// Applies environment, wrap and filter settings to the texture bound to textureType(), in the current GL context.
+  /// Always true.
   OmBoolean ApplyParameters() const;
 
 protected:

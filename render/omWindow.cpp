@@ -2,6 +2,7 @@
 
 #include "foundation/core/omPrint.h"
 #include "render/omGL.h"
+#include "render/omVersion.h"
 #include "render/omWindowImplX11.h"
 
 OmWindow::ImplType OmWindow::s_ImplType = OmWindow::ImplX11;
@@ -159,7 +160,10 @@ void OmWindow::closeWindow()
 
 void OmWindow::setImpl(boost::shared_ptr<Impl> impl)
 {
-  m_pImpl = impl;
+  m_pImpl.swap(impl);
+  // Whoever still holds the old back end may keep it longer than this window lives.
+  if (impl && impl != m_pImpl && impl->m_pWindow == this)
+    impl->m_pWindow = nullptr;
 }
 
 boost::shared_ptr<OmWindow::Impl> OmWindow::getImpl() const
@@ -259,7 +263,17 @@ OmBoolean OmWindow::Impl::init(OmWindow* window)
   if (m_pWindow)
     return true;
   m_pWindow = window;
-  if (!openWindow())
+  OmBoolean open = false;
+  try
+  {
+    open = openWindow();
+  }
+  catch (...)
+  {
+    closeWindow();
+    throw;
+  }
+  if (!open)
   {
     Om::Print::instance().write(4, "OmWindow::Impl::openWindow Failed\n");
     return false;

@@ -13,7 +13,7 @@ class OmImageBlock;
 /// A window with a GL context.
 ///
 /// The class keeps a window's settings and hands them to a back end (OmWindow::Impl), which owns the native window;
-/// what the window shows is up to the concrete windows, OmSimpleWindow and OmFBOWindow.
+/// what the window shows is up to the concrete window, such as OmSimpleWindow.
 ///
 /// \code
 ///   OmSimpleWindow window;
@@ -67,7 +67,8 @@ public:
   virtual void setTopMost(OmBoolean topMost);
   virtual OmBoolean getTopMost() const;
 
-  /// Hides the window; hidden before init(), it is never shown on the screen. closeWindow() clears the flag.
+  /// Hides or shows the window; one that is hidden when it opens does not appear on the screen at all until it is
+  /// shown. closeWindow() clears the flag.
   virtual void setHideWindow(OmBoolean hide);
   virtual OmBoolean getHideWindow() const;
 
@@ -81,7 +82,9 @@ public:
   virtual OmBoolean getStereoSupported() const;
 
   /// Has this window share its GL objects with those of another, initialised window of the same back-end type. To be
-  /// called before init(). False for a null window and, with a warning of print type 5, on an open window.
+  /// called before init(). A partner that is not initialised then is not shared with, without a message; one of another
+  /// type is reported (print type 4), and the window opens unshared. False for a null window and, with a warning of
+  /// print type 5, on an open window; getShare() then still names the new partner.
   virtual OmBoolean share(const OmWindow* window) const;
   /// The back end of the partner; empty while this window is not initialised or when the partner's is gone.
   virtual boost::shared_ptr<Impl> getShare() const;
@@ -92,16 +95,19 @@ public:
   virtual void swapBuffers() const;
   /// Makes the window's GL context current on the calling thread, and the window the current one (getWindow()).
   virtual void makeCurrent() const;
-  /// Closes the native window and lets go of the back end. Size, position, title, top-most flag and partner stay for
-  /// the next init(). Afterwards no window is current, whichever was.
+  /// Closes the native window and lets go of the back end. Size, position, title, top-most flag, background colour and
+  /// partner stay for the next init(); the hidden and stereo flags are cleared. Afterwards no window is current,
+  /// whichever was.
   virtual void closeWindow();
 
-  /// Replaces the back end, opening and closing nothing.
+  /// Replaces the back end; to be called before init(). The one before is let go of as it is: it closes when nobody
+  /// else holds it.
   virtual void setImpl(boost::shared_ptr<Impl> impl);
   virtual boost::shared_ptr<Impl> getImpl() const;
 
-  /// Opens the window and detects what its GL offers (OmGL::init()). True on success and when it is open already; on
-  /// failure the back end has printed the reason and another call tries again.
+  /// Opens the window and detects what its GL offers (OmGL::init()). True on success and when it is open already. On
+  /// failure the reason has been printed; another call tries again, after closeWindow() where the window did open and
+  /// only the detection failed.
   virtual OmBoolean init();
 
   /// Draws the window's content, opening the window where needed, and shows it when `swap` is true. False when there
@@ -185,14 +191,15 @@ public:
   virtual void swapBuffers() const = 0;
 
   /// Binds the back end to a window and opens it: native window and context, capability detection, swap interval 0
-  /// where that can be set, a first clear and swap. True at once on a bound back end.
+  /// where that can be set, a first clear and swap. True at once on a bound back end. False when the window does not
+  /// open (print type 4), and when the detection fails, which leaves it open and the back end bound.
   virtual OmBoolean init(OmWindow* window);
   /// Opens native window and context from the window's settings and leaves the context current; called by init().
   /// False, with a line of print type 4 and everything released again, on failure.
   virtual OmBoolean openWindow() = 0;
   /// Closes native window and context and unbinds the back end. May be called at any time.
   virtual void closeWindow() = 0;
-  /// Sets the GL viewport to the bound window's size.
+  /// Sets the GL viewport to the window's size. Needs a bound back end.
   virtual void resizeGL() const;
 
   /// The window that the back end is bound to; null when it is not.
@@ -204,6 +211,8 @@ public:
   static boost::shared_ptr<Impl> newImpl();
 
 protected:
+  friend class OmWindow;
+
   OmWindow* m_pWindow;
   mutable boost::weak_ptr<Impl> m_share;
   boost::shared_ptr<void> m_shareGroup; ///< held by every open back end of the group

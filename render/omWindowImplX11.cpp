@@ -1,6 +1,7 @@
 #include "render/omWindowImplX11.h"
 
 #include "foundation/core/omPrint.h"
+#include "render/omVersion.h"
 
 #include <X11/Xatom.h>
 #include <X11/Xutil.h>
@@ -14,7 +15,7 @@
 namespace
 {
 
-constexpr OmU32 LargestSize = 32767; // X's coordinates are signed 16-bit numbers
+constexpr OmU32 LargestCoordinate = 32767; // X's coordinates are signed 16-bit numbers
 
 struct VisualTail
 {
@@ -52,7 +53,12 @@ Size nativeSize(OmU32 width, OmU32 height)
 {
   if (width == 0 || height == 0)
     return {1, 1};
-  return {std::min(width, LargestSize), std::min(height, LargestSize)};
+  return {std::min(width, LargestCoordinate), std::min(height, LargestCoordinate)};
+}
+
+int nativePosition(OmU32 position)
+{
+  return static_cast<int>(std::min(position, LargestCoordinate));
 }
 
 } // namespace
@@ -117,7 +123,7 @@ void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
 {
   if (!m_xWindow)
     return;
-  XMoveWindow(m_pDisplay, m_xWindow, static_cast<int>(x), static_cast<int>(y));
+  XMoveWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y));
   handleConfigure();
 }
 
@@ -126,7 +132,7 @@ void OmWindow::Impl::X11::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x
   if (!m_xWindow)
     return;
   const Size size = nativeSize(width, height);
-  XMoveResizeWindow(m_pDisplay, m_xWindow, static_cast<int>(x), static_cast<int>(y), size.width, size.height);
+  XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), size.width, size.height);
   handleConfigure();
 }
 
@@ -190,7 +196,7 @@ OmBoolean OmWindow::Impl::X11::openWindow()
   }
   if (m_xWindow)
     return true;
-  if (!openDisplay() || !chooseVisual() || !createContext() || !createWindow())
+  if (!isSizeHeld() || !openDisplay() || !chooseVisual() || !createContext() || !createWindow())
   {
     closeWindow();
     return false;
@@ -201,6 +207,19 @@ OmBoolean OmWindow::Impl::X11::openWindow()
   const OmString name = m_pWindow->getName();
   setName(name);
   return true;
+}
+
+/// Whether X has windows of the size that is asked for; checked before there is a context that a failure would take
+/// from other windows.
+bool OmWindow::Impl::X11::isSizeHeld() const
+{
+  OmU32 width = 0;
+  OmU32 height = 0;
+  m_pWindow->getWindowSize(width, height);
+  if (width <= LargestCoordinate && height <= LargestCoordinate)
+    return true;
+  Om::Print::instance().write(4, "X11::openWindow - Failed to create Window.\n");
+  return false;
 }
 
 bool OmWindow::Impl::X11::openDisplay()
@@ -257,14 +276,14 @@ bool OmWindow::Impl::X11::createContext()
     Om::Print::instance().write(4, "OmWindow::openWindow() - Unable to share windows of different types.\n");
 
   const GLXContext shared = partner ? partner->m_context : nullptr;
+  m_shareGroup = shared ? partner->m_shareGroup : boost::make_shared<Connections>();
+  connections().add(m_connection);
   m_context = glXCreateContext(m_pDisplay, m_pVisualInfo, shared, True);
   if (!m_context)
   {
     Om::Print::instance().write(4, "X11::openWindow - Failed to create OpenGL context.\n");
     return false;
   }
-  m_shareGroup = shared ? partner->m_shareGroup : boost::make_shared<Connections>();
-  connections().add(m_connection);
   return true;
 }
 
@@ -284,10 +303,9 @@ bool OmWindow::Impl::X11::createWindow()
   OmU32 y = 0;
   m_pWindow->getWindowSizeAndPos(width, height, x, y);
   const Size size = nativeSize(width, height);
-  if (width <= LargestSize && height <= LargestSize)
-    m_xWindow = XCreateWindow(m_pDisplay, root, static_cast<int>(x), static_cast<int>(y), size.width, size.height, 0,
-                              m_pVisualInfo->depth, InputOutput, m_pVisualInfo->visual,
-                              CWBorderPixel | CWEventMask | CWColormap, &attributes);
+  m_xWindow = XCreateWindow(m_pDisplay, root, nativePosition(x), nativePosition(y), size.width, size.height, 0,
+                            m_pVisualInfo->depth, InputOutput, m_pVisualInfo->visual,
+                            CWBorderPixel | CWEventMask | CWColormap, &attributes);
   if (!m_xWindow)
   {
     Om::Print::instance().write(4, "X11::openWindow - Failed to create Window.\n");
@@ -296,8 +314,8 @@ bool OmWindow::Impl::X11::createWindow()
 
   XSizeHints hints = {};
   hints.flags = PPosition;
-  hints.x = static_cast<int>(x);
-  hints.y = static_cast<int>(y);
+  hints.x = nativePosition(x);
+  hints.y = nativePosition(y);
   XSetWMNormalHints(m_pDisplay, m_xWindow, &hints);
   return true;
 }
@@ -327,7 +345,7 @@ void OmWindow::Impl::X11::closeWindow()
 {
   if (m_xWindow)
   {
-    if (!m_pWindow->getHideWindow())
+    if (!m_pWindow || !m_pWindow->getHideWindow())
       unmapWindow();
     destroyContext();
     XDestroyWindow(m_pDisplay, m_xWindow);
@@ -348,6 +366,7 @@ void OmWindow::Impl::X11::closeWindow()
     XFlush(m_pDisplay); // the connection may outlive the window
     m_colormap = 0;
   }
+  m_shareGroup.reset();
   m_pWindow = nullptr;
 }
 
@@ -358,7 +377,6 @@ void OmWindow::Impl::X11::destroyContext()
   glXMakeCurrent(m_pDisplay, None, nullptr);
   glXDestroyContext(m_pDisplay, m_context);
   m_context = nullptr;
-  m_shareGroup.reset();
 }
 
 void OmWindow::Impl::X11::handleConfigure()

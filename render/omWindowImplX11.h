@@ -31,7 +31,7 @@ public:
   void makeCurrent() const override;
   void swapBuffers() const override;
   /// Opens the window on the last screen of the display and, unless it is hidden, waits until the server has mapped
-  /// it. A size of 0 opens as 1 by 1.
+  /// it. A size of 0 opens as 1 by 1; one above X's 32767 fails, where resizing an open window stops at it.
   OmBoolean openWindow() override;
   /// Closes window and context; waits for the unmap where one will come.
   void closeWindow() override;
@@ -54,6 +54,7 @@ protected:
 private:
   class Connections;
 
+  bool isSizeHeld() const;
   bool openDisplay();
   bool createContext();
   bool createWindow();

@@ -13,6 +13,21 @@
 #include <ostream>
 #include <thread>
 
+namespace
+{
+
+// Static objects go after the thread's own; what they write must still find its streams (the sanitizers watch).
+struct WritesAtExit
+{
+  ~WritesAtExit()
+  {
+    Om::Print::instance().ostream(2, "not shown") << 1 << std::endl;
+    Om::Print::instance().ostream(4, "shown") << "the last message of the process" << std::endl;
+  }
+} s_writesAtExit;
+
+} // namespace
+
 TEST(omPrint, MessagesGoOutLineByLineAsWritten)
 {
   PrintCapture capture(1);

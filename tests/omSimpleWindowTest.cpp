@@ -260,3 +260,49 @@ TEST(omSimpleWindow, DisplayImageTakesItsTime)
   EXPECT_EQ(OmGL::supportStatus, 0u); // no window was made
   EXPECT_TRUE(OmSimpleWindow::displayImage(image, 0.05, "shown", 10, 20));
 }
+
+TEST(omSimpleWindow, TheViewportFollowsEveryResize)
+{
+  OmSimpleWindow window;
+  ASSERT_TRUE(window.setImageBuffer(makePicture(3, 20, 15), true));
+  const OmImage larger = makePicture(3, 40, 30);
+  EXPECT_TRUE(window.setWindowSizeAndPos(40, 30, 5, 5));
+  ASSERT_TRUE(window.setImageBuffer(larger, true));
+  EXPECT_EQ(differences(captured(window), larger), 0u);
+}
+
+// Two pictures drawn in one go, each on whatever target the card gives it.
+TEST(omSimpleWindow, TwoTexturesModulateEachOther)
+{
+  OmSimpleWindow window;
+  const OmImage odd = makePicture(3, 61, 47, 1);
+  ASSERT_TRUE(window.setImageBuffer(odd, true));
+  const auto oddTexture = makeTexture(odd);
+  OmImage flat(3, 64, 64);
+  std::fill_n(flat.data(), flat.byteSize(), OmU8(255));
+  const auto flatTexture = makeTexture(flat);
+  const auto draw = [&](const OmTexture& a, const OmTexture& b)
+  {
+    window.clear();
+    window.setGLOrtho();
+    EXPECT_TRUE(a.drawMultiTextureScreenAlignedQuad(b, 0.0f, 0.0f, 1.0f, 1.0f));
+    OmImage image(3, 61, 47);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, 61, 47, GL_RGB, GL_UNSIGNED_BYTE, image.data());
+    OmImage upright(3, 61, 47);
+    for (std::size_t row = 0; row < 47; ++row)
+      std::copy_n(image.data() + (46 - row) * 183, 183, upright.data() + row * 183);
+    return upright;
+  };
+  EXPECT_EQ(differences(draw(*oddTexture, *flatTexture), odd), 0u);
+  oddTexture->setUnit(0);
+  flatTexture->setUnit(0);
+  EXPECT_EQ(differences(draw(*flatTexture, *oddTexture), odd), 0u);
+  glActiveTextureARB(GL_TEXTURE1_ARB); // and a single picture afterwards, on one unit
+  glDisable(GL_TEXTURE_2D);
+  glDisable(GL_TEXTURE_RECTANGLE_ARB);
+  glActiveTextureARB(GL_TEXTURE0_ARB);
+  oddTexture->setUnit(0);
+  ASSERT_TRUE(window.setImageBuffer(odd, true));
+  EXPECT_EQ(differences(captured(window), odd), 0u);
+}

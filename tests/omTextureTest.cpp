@@ -341,6 +341,11 @@ TEST_F(omTexture, NamesAreDeletedOnlyWhereTheyLive)
   EXPECT_TRUE(texture.loadFromImage(makePicture(3, 5, 3), m_default));
   const OmU32 name = texture.id();
   other.makeCurrent();
+  GLDouble::take();
+  m_capture.clear();
+  EXPECT_FALSE(texture.load(nullptr, 0));
+  EXPECT_TRUE(GLDouble::take().empty());
+  EXPECT_EQ(m_capture.messages(4).size(), 1u);
   EXPECT_TRUE(texture.loadFromImage(makePicture(3, 5, 3), m_default));
   EXPECT_NE(texture.id(), name);
 }

@@ -104,19 +104,6 @@ boost::shared_ptr<RecordingImpl> open(OmWindow& window)
   return impl;
 }
 
-TEST(OmWindow, StartsWithDefaults)
-{
-  PlainWindow window;
-  EXPECT_EQ(settings(window), "OmWindow 0x0+0+0");
-  EXPECT_EQ(window.backgroundColor().r() + window.backgroundColor().g() + window.backgroundColor().b(), 0.0);
-  EXPECT_EQ(window.backgroundColor().a(), 1.0);
-  EXPECT_FALSE(window.getImpl());
-  EXPECT_FALSE(window.getShare());
-  EXPECT_EQ(window.getShareWindow(), nullptr);
-  EXPECT_EQ(OmWindow::getWindow(), nullptr);
-  EXPECT_EQ(OmWindow::getImplType(), OmWindow::ImplX11);
-}
-
 enum When
 {
   Never,

@@ -78,6 +78,33 @@ private:
   std::string m_line;
 };
 
+/// The streams of a thread.
+class Streams
+{
+public:
+  LineBuffer buffer;
+  std::ostream lines{&buffer};
+  std::ostream nowhere{nullptr}; ///< stays bad: insertions return before they format
+
+  static Streams& ofThread()
+  {
+    thread_local Streams streams;
+    if (!s_ended)
+      return streams;
+    // Destructors of static objects write after the main thread's own objects are gone.
+    static Streams& last = *new Streams;
+    return last;
+  }
+
+  ~Streams() { s_ended = true; }
+
+private:
+  Streams() = default;
+  static thread_local bool s_ended;
+};
+
+thread_local bool Streams::s_ended = false;
+
 Print& Print::instance()
 {
   // Never destroyed, so that other objects' destructors may still write when the process ends.
@@ -128,24 +155,16 @@ void Print::write(int type, const char* format, ...)
 
 std::ostream& Print::ostream(int type, const char* signature)
 {
-  struct Stream
-  {
-    LineBuffer buffer;
-    std::ostream stream{&buffer};
-  };
+  Streams& streams = Streams::ofThread();
   if (type < printLevel())
-  {
-    thread_local std::ostream nowhere(nullptr); // stays bad: insertions return before they format
-    return nowhere;
-  }
-  thread_local Stream line;
-  line.buffer.begin(type, signature);
-  line.stream.clear();
-  line.stream.flags(std::ios_base::skipws | std::ios_base::dec);
-  line.stream.precision(6);
-  line.stream.fill(' ');
-  line.stream.width(0);
-  return line.stream;
+    return streams.nowhere;
+  streams.buffer.begin(type, signature);
+  streams.lines.clear();
+  streams.lines.flags(std::ios_base::skipws | std::ios_base::dec);
+  streams.lines.precision(6);
+  streams.lines.fill(' ');
+  streams.lines.width(0);
+  return streams.lines;
 }
 
 std::ostream& Print::ostream(int type, const std::string& signature)
