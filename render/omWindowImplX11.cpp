@@ -15,7 +15,7 @@
 namespace
 {
 
-constexpr OmU32 LargestCoordinate = 32767; // X's coordinates are signed 16-bit numbers
+constexpr int LargestCoordinate = 32767; // X's coordinates are signed 16-bit numbers
 
 struct VisualTail
 {
@@ -53,12 +53,14 @@ Size nativeSize(OmU32 width, OmU32 height)
 {
   if (width == 0 || height == 0)
     return {1, 1};
-  return {std::min(width, LargestCoordinate), std::min(height, LargestCoordinate)};
+  constexpr OmU32 largest = LargestCoordinate;
+  return {std::min(width, largest), std::min(height, largest)};
 }
 
+/// The position to ask X for. Negative ones, left of or above the screen, arrive here as large unsigned numbers.
 int nativePosition(OmU32 position)
 {
-  return static_cast<int>(std::min(position, LargestCoordinate));
+  return std::clamp(static_cast<int>(position), -LargestCoordinate, LargestCoordinate);
 }
 
 } // namespace
@@ -250,6 +252,8 @@ bool OmWindow::Impl::X11::openDisplay()
 
 OmBoolean OmWindow::Impl::X11::chooseVisual()
 {
+  if (!m_pDisplay)
+    return false;
   const int screen = ScreenCount(m_pDisplay) - 1;
   if (m_pVisualInfo)
     XFree(m_pVisualInfo);
@@ -261,7 +265,7 @@ OmBoolean OmWindow::Impl::X11::chooseVisual()
     m_pVisualInfo = glXChooseVisual(m_pDisplay, screen, attributes);
     if (!m_pVisualInfo)
       continue;
-    if (tail.stereo)
+    if (tail.stereo && m_pWindow)
       m_pWindow->setStereoSupported();
     return true;
   }

@@ -26,7 +26,8 @@ public:
   void setTopMost(OmBoolean topMost) override;
   void setHideWindow(OmBoolean hide) override;
   /// Takes the decorations away by the property _MOTIF_WM_HINTS and gives them back; size and position stay. A line of
-  /// print type 4 when no window manager knows the property.
+  /// print type 4 when no window manager knows the property. Some window managers look at it only when the window is
+  /// hidden and shown again.
   void setFullScreen(OmBoolean fullScreen) override;
   void makeCurrent() const override;
   void swapBuffers() const override;
@@ -36,7 +37,7 @@ public:
   /// Closes window and context; waits for the unmap where one will come.
   void closeWindow() override;
   /// Chooses a double-buffered RGBA visual: stereo and deep depth buffers first, then simpler ones. False, with a line
-  /// of print type 4, when the display has none.
+  /// of print type 4, when the display has none, and before a display is open.
   virtual OmBoolean chooseVisual();
 
   static boost::shared_ptr<OmWindow::Impl> newImpl();

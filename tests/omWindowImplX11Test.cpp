@@ -123,12 +123,6 @@ OM_EXPORT int XDestroyWindow(Display* display, Window window)
   return OM_REAL(XDestroyWindow)(display, window);
 }
 
-/// Keeps the driver, which goes with the last connection, for the leak checker to name it.
-OM_EXPORT int dlclose(void*) noexcept
-{
-  return 0;
-}
-
 OM_EXPORT Atom XInternAtom(Display* display, const char* name, Bool onlyExisting)
 {
   return s_failing == "XInternAtom" && onlyExisting ? None : OM_REAL(XInternAtom)(display, name, onlyExisting);
@@ -341,6 +335,14 @@ TEST_F(OmWindowImplX11, FailuresAreReportedReleaseWhatWasMadeAndCanBeTriedAgain)
     }
     EXPECT_TRUE(s_living["display"].empty() && s_living["visual"].empty());
   }
+
+  X11Window current;
+  ASSERT_TRUE(current.init());
+  X11Window large(32768, 1); // more than X can say
+  PrintCapture capture;
+  EXPECT_FALSE(large.init());
+  EXPECT_EQ(capture.messages(4), (Messages{{4, Failures[4].text}, {4, "OmWindow::Impl::openWindow Failed\n"}}));
+  EXPECT_EQ(glXGetCurrentContext(), current.x11().m_context);
 }
 
 TEST_F(OmWindowImplX11, WithoutWindowNothingHappens)
@@ -592,6 +594,16 @@ TEST_F(OmWindowImplX11, ClosingDoesNotWaitForAnUnmapThatNeverComes)
     window.closeWindow();
     EXPECT_TRUE(s_living["window"].empty());
   }
+
+  boost::shared_ptr<OmWindow::Impl> kept; // longer than its window lives
+  {
+    X11Window window;
+    ASSERT_TRUE(window.init());
+    kept = window.getImpl();
+    window.setImpl({});
+  }
+  EXPECT_EQ(kept->getWindow(), nullptr);
+  EXPECT_EQ(s_living["window"].size(), 1u);
 }
 
 /// Under the window manager that OM_TEST_WM names.
