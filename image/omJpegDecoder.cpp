@@ -159,7 +159,7 @@ bool OmJpegDecoder::readHeader()
   if (!fileMayHoldPicture())
     return fail("the file is too small for the size in its header");
   const std::uint64_t visits = m_file.size() * BlockVisitsPerByte + FreeBlockVisits;
-  m_maximumScans = static_cast<int>(std::min(ScanLimit, visits / blockCount()));
+  m_maximumScans = static_cast<int>(std::min(ScanLimit, visits / std::max<std::uint64_t>(1, blockCount())));
   return true;
 }
 

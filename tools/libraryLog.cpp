@@ -49,7 +49,7 @@ LibraryLog::~LibraryLog()
 
 OmString LibraryLog::takeReason(const OmString& otherwise)
 {
-  const OmString reason = m_errors.empty() ? otherwise : m_errors.front();
+  OmString reason = m_errors.empty() ? otherwise : m_errors.front();
   m_errors.clear();
   return reason;
 }
