@@ -70,7 +70,7 @@ private:
       return;
     // Taken out first: a sink may itself write through this thread's stream.
     const std::string line = std::exchange(m_line, {});
-    Print::instance().emit(m_type, m_signature.c_str(), line);
+    Print::instance().send(m_type, m_signature.c_str(), line);
   }
 
   int m_type = 0;
@@ -148,7 +148,7 @@ void Print::write(int type, const char* format, ...)
     text.resize(static_cast<std::size_t>(length));
     if (!fits)
       std::vsnprintf(text.data(), text.size() + 1, format, again);
-    emit(type, "", text);
+    send(type, "", text);
   }
   va_end(again);
 }
@@ -172,7 +172,7 @@ std::ostream& Print::ostream(int type, const std::string& signature)
   return ostream(type, signature.c_str());
 }
 
-void Print::emit(int type, const char* signature, const std::string& text)
+void Print::send(int type, const char* signature, const std::string& text)
 {
   std::shared_ptr<const Sink> sink;
   {

@@ -65,7 +65,7 @@ private:
   Print();
   ~Print() = default;
 
-  void emit(int type, const char* signature, const std::string& text);
+  void send(int type, const char* signature, const std::string& text);
 
   friend class LineBuffer;
 
