@@ -1,5 +1,6 @@
 #include "tools/glInformation.h"
 
+#include "foundation/common/omUtils.h"
 #include "render/omGL.h"
 #include "render/omSimpleWindow.h"
 #include "tools/displayErrors.h"
@@ -38,13 +39,8 @@ OmU32 GLInformation::largestPictureSide(OmU32 width, OmU32 height) const
   return std::min({rectangle ? rectangleTextureSize : textureSize, viewportWidth, viewportHeight});
 }
 
-GLInformation queryGL(LibraryLog& log)
+GLInformation currentGL()
 {
-  OmSimpleWindow window;
-  window.setHideWindow(true);
-  if (!window.init())
-    failToOpenWindow(log);
-
   GLInformation gl;
   gl.renderer = glString(GL_RENDERER);
   gl.vendor = glString(GL_VENDOR);
@@ -62,8 +58,29 @@ GLInformation queryGL(LibraryLog& log)
   return gl;
 }
 
+GLInformation queryGL(LibraryLog& log)
+{
+  OmSimpleWindow window;
+  window.setHideWindow(true);
+  if (!window.init())
+    failToOpenWindow(log);
+  return currentGL();
+}
+
 void failToOpenWindow(LibraryLog& log)
 {
   throw Failure("cannot open a window on " + displayName() + ": " + log.takeReason("no reason was given") +
                 "; set DISPLAY to an X server with GLX, or start the program with xvfb-run");
+}
+
+void checkErrors(const OmString& what, LibraryLog& log)
+{
+  if (log.hasErrors())
+    throw Failure(what + ": " + log.takeReason(""));
+  const GLenum error = glGetError();
+  if (error == GL_OUT_OF_MEMORY)
+    throw Failure(what + ": the graphics card is out of memory; scale the picture down first");
+  // The wrap mode that textures begin with is an invalid enumerant for rectangle textures, which do without it.
+  if (error != GL_NO_ERROR && error != GL_INVALID_ENUM)
+    throw Failure(what + ": OpenGL error 0x" + OmINT2STRING(error, 16));
 }

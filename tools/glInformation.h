@@ -24,10 +24,16 @@ struct GLInformation
   OmU32 largestPictureSide(OmU32 width, OmU32 height) const;
 };
 
+/// Asks the OpenGL of the current context.
+GLInformation currentGL();
+
 /// Asks the OpenGL of a hidden window. Throws a Failure when none opens.
 GLInformation queryGL(LibraryLog& log);
 
 /// Throws the Failure that says why no window opens.
 [[noreturn]] void failToOpenWindow(LibraryLog& log);
+
+/// Throws a Failure when the library or GL has reported an error that no return value told of.
+void checkErrors(const OmString& what, LibraryLog& log);
 
 #endif

@@ -1,5 +1,6 @@
 #include "tools/displayErrors.h"
 #include "tools/failure.h"
+#include "tools/filterCommand.h"
 #include "tools/infoCommand.h"
 #include "tools/libraryLog.h"
 #include "tools/showCommand.h"
@@ -25,15 +26,18 @@ int fail(const OmString& message, int status)
 int run(int argc, char** argv)
 {
   LibraryLog log;
-  CLI::App program("Shows pictures with OpenGL and tells what the graphics card offers.", "omrender");
+  CLI::App program("Shows and filters pictures with OpenGL and tells what the graphics card offers.", "omrender");
   program.set_version_flag("--version", OM_VERSION, "Print the version and exit");
   program.require_subcommand(0, 1); // none is refused below, so that an unknown one is named first
   program.footer("Examples:\n"
                  "  omrender info\n"
                  "  omrender show photo.jpg --capture window.png\n"
+                 "  omrender filter --shader edges photo.jpg --out edges.png\n"
                  "  omrender show --help");
   addInfoCommand(program, log);
   addShowCommand(program, log);
+  addFilterCommand(program, log);
+  int status = 0;
   try
   {
     program.parse(argc, argv);
@@ -44,6 +48,10 @@ int run(int argc, char** argv)
   {
     program.exit(help); // prints the help or the version
   }
+  catch (const CLI::RuntimeError& end)
+  {
+    status = end.get_exit_code(); // the command has told why
+  }
   catch (const CLI::ParseError& error)
   {
     return fail(OmString(error.what()) + " (omrender --help tells more)", UsageStatus);
@@ -52,7 +60,7 @@ int run(int argc, char** argv)
     return fail("cannot write to standard output", FailureStatus);
   for (const OmString& warning : log.warnings())
     printFailure("omrender", "warning: " + warning);
-  return 0;
+  return status;
 }
 
 } // namespace
@@ -66,7 +74,7 @@ int main(int argc, char** argv)
   }
   catch (const std::bad_alloc&)
   {
-    return fail("out of memory; show smaller pictures", FailureStatus);
+    return fail("out of memory; use smaller pictures", FailureStatus);
   }
   catch (const std::exception& error)
   {

@@ -4,12 +4,13 @@
 #include "image/omImage.h"
 #include "image/omImageBlock.h"
 #include "image/omImageReaderWriter.h"
-#include "render/omGL.h"
 #include "render/omSimpleWindow.h"
 #include "tools/failure.h"
 #include "tools/glInformation.h"
 #include "tools/libraryLog.h"
 #include "tools/numbers.h"
+#include "tools/parsedOption.h"
+#include "tools/pictureFile.h"
 
 #include <algorithm>
 #include <chrono>
@@ -18,10 +19,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <vector>
-
-#include <unistd.h>
 
 namespace
 {
@@ -39,35 +37,12 @@ struct ShowOptions
   std::optional<OmImageBlock> block;
 };
 
-struct Picture
-{
-  OmString file;
-  OmU32 width;
-  OmU32 height;
-};
-
-OmString sizeText(OmU32 width, OmU32 height)
-{
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-
-/// Throws when the picture does not fit into `width` by `height` pixels.
-void checkSize(const Picture& picture, OmU32 width, OmU32 height, const OmString& whose)
-{
-  if (picture.width > width || picture.height > height)
-    throw Failure(quoted(picture.file) + " is " + sizeText(picture.width, picture.height) + " pixels, more than the " +
-                  sizeText(width, height) + " of " + whose + "; scale it down first");
-}
-
 std::vector<Picture> readHeaders(const std::vector<OmString>& files, LibraryLog& log)
 {
   std::vector<Picture> pictures;
   for (const OmString& file : files)
   {
-    Picture picture = {file, 0, 0};
-    OmU32 channels = 0;
-    if (!OmImageReaderWriter::readHeader(file, picture.width, picture.height, channels))
-      throw Failure(log.takeReason("cannot read " + quoted(file)));
+    const Picture picture = readHeader(file, log);
     checkSize(picture, LargestWindowSide, LargestWindowSide, "a window");
     pictures.push_back(picture);
   }
@@ -81,36 +56,6 @@ void checkBlock(const OmImageBlock& block, const Picture& picture)
     throw Failure("the block at " + std::to_string(corner.x()) + "," + std::to_string(corner.y()) +
                   " lies outside the window, which " + quoted(picture.file) + " makes " +
                   sizeText(picture.width, picture.height) + " pixels");
-}
-
-/// Finds what would keep a file from being written while nothing has been shown yet.
-void checkTarget(const OmString& file)
-{
-  const std::filesystem::path path(file);
-  const std::filesystem::path directory = path.has_parent_path() ? path.parent_path() : ".";
-  std::error_code error;
-  OmString reason;
-  if (!std::filesystem::is_directory(directory, error))
-    reason = "there is no directory " + quoted(directory.string());
-  else if (::access(directory.c_str(), W_OK | X_OK) != 0)
-    reason = "no files can be made in the directory " + quoted(directory.string());
-  else if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
-    reason = "it is not a regular file";
-  if (!reason.empty())
-    throw Failure("cannot write " + quoted(file) + ": " + reason);
-}
-
-/// Throws when the library or GL has reported an error that no return value told of.
-void checkErrors(const OmString& what, LibraryLog& log)
-{
-  if (log.hasErrors())
-    throw Failure(what + ": " + log.takeReason(""));
-  const GLenum error = glGetError();
-  if (error == GL_OUT_OF_MEMORY)
-    throw Failure(what + ": the graphics card is out of memory; scale the picture down first");
-  // The wrap mode that textures begin with is an invalid enumerant for rectangle textures, which do without it.
-  if (error != GL_NO_ERROR && error != GL_INVALID_ENUM)
-    throw Failure(what + ": OpenGL error 0x" + OmINT2STRING(error, 16));
 }
 
 void openWindow(OmSimpleWindow& window, const Picture& picture, bool fullScreen, LibraryLog& log)
@@ -200,21 +145,6 @@ void show(const ShowOptions& options, LibraryLog& log)
     checkSize(picture, side, side, gl.renderer);
   }
   showPictures(options, pictures, log);
-}
-
-/// An option whose text `read` turns into the value of `target`, where it can.
-template <typename Target, typename Read>
-void addParsedOption(CLI::App& command, const OmString& name, const OmString& form, Target& target, const Read& read,
-                     const OmString& takes, const OmString& description)
-{
-  const auto store = [name, takes, read, &target](const OmString& text)
-  {
-    const auto value = read(text);
-    if (!value)
-      throw CLI::ValidationError(name, "takes " + takes + ", not " + quoted(text));
-    target = *value;
-  };
-  command.add_option_function<OmString>(name, store, description)->type_name(form);
 }
 
 } // namespace
