@@ -1,3 +1,7 @@
+#ifdef OM_RENDER_QT
+#include "render/omWindowImplQt.h" // before X11's macros
+#endif
+
 #include "render/omWindow.h"
 
 #include "foundation/core/omPrint.h"
@@ -308,5 +312,12 @@ boost::weak_ptr<const void> OmWindow::Impl::shareGroup() const
 
 boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::newImpl()
 {
-  return X11::newImpl();
+  if (OmWindow::getImplType() != ImplQt)
+    return X11::newImpl();
+#ifdef OM_RENDER_QT
+  return Qt::newImpl();
+#else
+  Om::Print::instance().write(4, "OmWindow::Impl::newImpl - This library was built without the Qt back end.\n");
+  return {};
+#endif
 }

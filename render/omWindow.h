@@ -207,7 +207,8 @@ public:
   /// The share group of the open context; empty while there is none (OmWindow::currentShareGroup()).
   boost::weak_ptr<const void> shareGroup() const;
 
-  /// A new back end of the process's type (OmWindow::setImplType()).
+  /// A new back end of the process's type (OmWindow::setImplType()). Empty, with a line of print type 4, for a Qt back
+  /// end where the library was built without.
   static boost::shared_ptr<Impl> newImpl();
 
 protected:
@@ -215,7 +216,7 @@ protected:
 
   OmWindow* m_pWindow;
   mutable boost::weak_ptr<Impl> m_share;
-  boost::shared_ptr<void> m_shareGroup; ///< held by every open back end of the group
+  mutable boost::shared_ptr<void> m_shareGroup; ///< held by every open back end of the group
 };
 
 #endif

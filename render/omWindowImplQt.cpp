@@ -1,0 +1,332 @@
+#include "render/omWindowImplQt.h"
+
+#include "foundation/core/omPrint.h"
+#include "render/omVersion.h"
+
+#include <QApplication>
+#include <QResizeEvent>
+#include <QWindow>
+#include <boost/make_shared.hpp>
+#include <boost/pointer_cast.hpp>
+
+#include <algorithm>
+#include <ostream>
+
+namespace
+{
+
+constexpr char OpenSignature[] = "virtual OmBoolean OmWindow::Impl::Qt::openWindow()";
+
+bool s_defaultFormatSet = false;
+
+const char* onOff(bool on)
+{
+  return on ? "on" : "off";
+}
+
+QString title(const OmString& name)
+{
+  return QString::fromLatin1(name.data(), static_cast<int>(name.size()));
+}
+
+} // namespace
+
+OmQGLWidget::OmQGLWidget(OmWindow* window) : OmQGLWidget(window, nullptr, nullptr, ::Qt::WindowFlags()) {}
+
+OmQGLWidget::OmQGLWidget(OmWindow* window, QWidget* parent, QGLWidget* shareWidget, ::Qt::WindowFlags flags)
+    : QGLWidget(parent, shareWidget, flags), m_pWindow(window)
+{
+  setAutoBufferSwap(false);
+}
+
+OmQGLWidget::OmQGLWidget(OmWindow* window, QGLFormat format, QWidget* parent, QGLWidget* shareWidget)
+    : QGLWidget(format, parent, shareWidget), m_pWindow(window)
+{
+  setAutoBufferSwap(false);
+}
+
+OmQGLWidget::~OmQGLWidget() = default;
+
+void OmQGLWidget::resizeGL(int width, int height)
+{
+  constexpr char signature[] = "virtual void OmQGLWidget::resizeGL(int, int)";
+  const Om::Print::ScopedPrint scope(signature, "");
+  if (!m_pWindow)
+    return;
+  Om::Print::instance().ostream(3, signature) << "Resizing to " << width << "x" << height << std::endl;
+  m_pWindow->setWindowSize(static_cast<OmU32>(width), static_cast<OmU32>(height));
+  glViewport(0, 0, width, height);
+}
+
+void OmQGLWidget::paintGL()
+{
+  if (m_pWindow)
+    m_pWindow->renderScene(true);
+}
+
+void OmQGLWidget::closeEvent(QCloseEvent* event)
+{
+  const QPointer<OmQGLWidget> self(this); // a receiver may close the window
+  Q_EMIT signalWindowClose();
+  if (self)
+    QWidget::closeEvent(event);
+}
+
+void OmQGLWidget::resizeEvent(QResizeEvent* event)
+{
+  const QPointer<OmQGLWidget> self(this); // a receiver may close the window
+  Q_EMIT signalWindowResize(event->size().width(), event->size().height());
+  if (self)
+    QGLWidget::resizeEvent(event);
+}
+
+void OmQGLWidget::showEvent(QShowEvent* event)
+{
+  const QPointer<OmQGLWidget> self(this); // a receiver may close the window
+  Q_EMIT signalWindowHide(!isVisible());
+  if (self)
+    QWidget::showEvent(event);
+}
+
+OmWindow::Impl::Qt::Qt() : m_ownsWidget(true)
+{
+  setDefaultFormat(nullptr);
+}
+
+OmWindow::Impl::Qt::~Qt()
+{
+  Qt::closeWindow();
+}
+
+boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::Qt::newImpl()
+{
+  return boost::make_shared<Qt>();
+}
+
+void OmWindow::Impl::Qt::setDefaultFormat(const QGLFormat* format)
+{
+  if (format)
+  {
+    QGLFormat::setDefaultFormat(*format);
+    return;
+  }
+  if (s_defaultFormatSet)
+    return;
+  QGLFormat builtIn;
+  builtIn.setDirectRendering(true);
+  builtIn.setDoubleBuffer(true);
+  builtIn.setRgba(true);
+  builtIn.setRedBufferSize(8);
+  builtIn.setAlphaBufferSize(8);
+  builtIn.setDepth(true);
+  builtIn.setDepthBufferSize(32);
+  QGLFormat::setDefaultFormat(builtIn);
+  s_defaultFormatSet = true;
+}
+
+void OmWindow::Impl::Qt::setName(const OmString& name)
+{
+  if (m_pWidget)
+    m_pWidget->setWindowTitle(title(name));
+}
+
+void OmWindow::Impl::Qt::setWindowSize(OmU32 width, OmU32 height)
+{
+  if (!m_pWidget)
+    return;
+  m_pWidget->resize(static_cast<int>(width), static_cast<int>(height));
+  placeHidden();
+}
+
+void OmWindow::Impl::Qt::setWindowPos(OmU32 x, OmU32 y)
+{
+  if (!m_pWidget)
+    return;
+  m_pWidget->move(static_cast<int>(x), static_cast<int>(y));
+  placeHidden();
+}
+
+void OmWindow::Impl::Qt::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y)
+{
+  setWindowPos(x, y);
+  setWindowSize(width, height);
+}
+
+void OmWindow::Impl::Qt::setTopMost(OmBoolean topMost)
+{
+  if (!m_pWidget)
+    return;
+  for (const ::Qt::WindowType hint : {::Qt::WindowStaysOnTopHint, ::Qt::X11BypassWindowManagerHint})
+  {
+    ::Qt::WindowFlags flags = m_pWidget->windowFlags();
+    flags.setFlag(hint, topMost);
+    m_pWidget->setWindowFlags(flags);
+  }
+}
+
+void OmWindow::Impl::Qt::setHideWindow(OmBoolean hide)
+{
+  if (m_pWidget)
+    m_pWidget->setVisible(!hide);
+}
+
+void OmWindow::Impl::Qt::setFullScreen(OmBoolean fullScreen)
+{
+  if (!m_pWidget)
+    return;
+  if (fullScreen)
+    m_pWidget->showFullScreen();
+  else
+    m_pWidget->showNormal();
+}
+
+void OmWindow::Impl::Qt::makeCurrent() const
+{
+  if (m_pWidget)
+    m_pWidget->makeCurrent();
+  else
+    m_shareGroup.reset(); // Qt has deleted the widget: its GL names are not those of whatever context is current
+}
+
+void OmWindow::Impl::Qt::swapBuffers() const
+{
+  if (m_pWidget)
+    m_pWidget->swapBuffers();
+}
+
+void OmWindow::Impl::Qt::setWidget(OmQGLWidget* widget, OmBoolean owns)
+{
+  m_pWidget = widget;
+  m_ownsWidget = owns;
+}
+
+OmQGLWidget* OmWindow::Impl::Qt::getWidget() const
+{
+  return m_pWidget;
+}
+
+void OmWindow::Impl::Qt::setWindowFlags(::Qt::WindowFlags flags)
+{
+  m_windowFlags = flags;
+  if (m_pWidget)
+    m_pWidget->setWindowFlags(flags);
+}
+
+OmBoolean OmWindow::Impl::Qt::openWindow()
+{
+  if (!m_pWindow)
+    return false;
+  if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
+  {
+    Om::Print::instance().ostream(4, OpenSignature)
+        << "OmWindow::Impl::Qt::openWindow - There is no QApplication; make one before the first window.\n";
+    closeWindow();
+    return false;
+  }
+  if (!m_pWidget)
+    makeWidget();
+  if (!m_pWidget->isValid())
+  {
+    Om::Print::instance().ostream(4, OpenSignature)
+        << "OmWindow::Impl::Qt::openWindow - Qt's platform \"" << QGuiApplication::platformName().toStdString()
+        << "\" gives no OpenGL context.\n";
+    closeWindow();
+    return false;
+  }
+  joinShareGroup();
+
+  OmU32 width = 0;
+  OmU32 height = 0;
+  OmU32 x = 0;
+  OmU32 y = 0;
+  m_pWindow->getWindowSizeAndPos(width, height, x, y);
+  m_pWidget->resize(static_cast<int>(width), static_cast<int>(height));
+  m_pWidget->move(static_cast<int>(x), static_cast<int>(y));
+  placeHidden();
+  m_pWidget->setWindowTitle(title(m_pWindow->getName()));
+  if (m_pWindow->getTopMost())
+    m_pWidget->setWindowFlags(::Qt::WindowStaysOnTopHint);
+  m_pWidget->setVisible(!m_pWindow->getHideWindow());
+  m_pWidget->makeCurrent();
+  if (Om::Print::instance().printLevel() <= 1)
+    reportFormat();
+  return true;
+}
+
+void OmWindow::Impl::Qt::makeWidget()
+{
+  const boost::shared_ptr<Qt> partner = sharePartner();
+  if (!partner && getShare())
+    Om::Print::instance().ostream(4, OpenSignature) << "Unable to share windows of different types.\n";
+  QGLWidget* const shareWidget = partner ? partner->getWidget() : nullptr;
+
+  m_pWidget = new OmQGLWidget(m_pWindow, QGLFormat(QGL::StereoBuffers), nullptr, shareWidget);
+  if (m_pWidget->format().testOption(QGL::StereoBuffers))
+  {
+    Om::Print::instance().ostream(3, OpenSignature) << "Stereo is supported.\n";
+    m_pWindow->setStereoSupported();
+    m_pWidget->setWindowFlags(m_windowFlags);
+  }
+  else
+  {
+    delete m_pWidget;
+    m_pWidget = new OmQGLWidget(m_pWindow, nullptr, shareWidget, m_windowFlags);
+  }
+  if (shareWidget && !m_pWidget->isSharing())
+  {
+    Om::Print::instance().ostream(4, OpenSignature) << "Problem sharing window.\n";
+    m_share.reset();
+  }
+}
+
+void OmWindow::Impl::Qt::placeHidden() const
+{
+  // Qt tells the native window where a hidden widget is only when it is shown, and takes the size with which that
+  // window was made, once its event arrives, for the widget's.
+  if (m_pWidget->isWindow() && !m_pWidget->isVisible() && m_pWidget->windowHandle())
+    m_pWidget->windowHandle()->setGeometry(m_pWidget->geometry());
+}
+
+void OmWindow::Impl::Qt::joinShareGroup()
+{
+  const boost::shared_ptr<Qt> partner = sharePartner();
+  const QGLWidget* const shared = partner ? partner->getWidget() : nullptr;
+  if (shared && QGLContext::areSharing(m_pWidget->context(), shared->context()))
+    m_shareGroup = partner->m_shareGroup;
+  else if (!m_shareGroup)
+    m_shareGroup = boost::make_shared<char>();
+}
+
+void OmWindow::Impl::Qt::reportFormat() const
+{
+  const QGLFormat format = m_pWidget->format(); // sizes of -1 are those of buffers that are not there
+  Om::Print::instance().ostream(7, OpenSignature)
+      << "Window properties:\n"
+      << "doublebuffer = " << onOff(format.testOption(QGL::DoubleBuffer)) << std::endl
+      << "stereo = " << onOff(format.testOption(QGL::StereoBuffers)) << std::endl
+      << "pixel type = " << (format.testOption(QGL::Rgba) ? "RGBA" : "Index") << std::endl
+      << "color bits = " << format.redBufferSize() << "/" << format.greenBufferSize() << "/" << format.blueBufferSize()
+      << "/" << format.alphaBufferSize() << std::endl
+      << "accum bits = " << onOff(format.testOption(QGL::AccumBuffer)) << ", " << std::max(0, format.accumBufferSize())
+      << std::endl
+      << "Depth buffer = " << onOff(format.testOption(QGL::DepthBuffer)) << ", "
+      << std::max(0, format.depthBufferSize()) << std::endl
+      << "Stenc bits = " << onOff(format.testOption(QGL::StencilBuffer)) << ", "
+      << std::max(0, format.stencilBufferSize()) << std::endl
+      << std::endl;
+}
+
+void OmWindow::Impl::Qt::closeWindow()
+{
+  if (m_ownsWidget)
+    delete m_pWidget;
+  m_pWidget = nullptr;
+  m_ownsWidget = true;
+  m_shareGroup.reset();
+  m_pWindow = nullptr;
+}
+
+boost::shared_ptr<OmWindow::Impl::Qt> OmWindow::Impl::Qt::sharePartner() const
+{
+  return boost::dynamic_pointer_cast<Qt>(getShare());
+}

@@ -1,0 +1,198 @@
+#include "render/omSimpleWindow.h"
+
+#include "render/omTexture.h"
+#include "tests/support/pictures.h"
+#include "tests/support/printCapture.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QPixmap>
+#include <QScreen>
+#include <gtest/gtest.h>
+
+#include <X11/Xutil.h> // after the test framework and Qt, whose names its macros would replace
+#include <boost/make_shared.hpp>
+
+// What every back end has to do, on each of them, on a display that shows nothing else.
+namespace
+{
+
+/// What the window draws, top row first.
+OmImage captured(OmWindow& window)
+{
+  OmImage image;
+  EXPECT_TRUE(window.renderSceneAndCaptureImage(image, OmSimpleWindow::CaptureFlipped, nullptr));
+  image.copyFromOrToFlipped(true);
+  return image;
+}
+
+class OmWindowBackEnd : public testing::TestWithParam<OmWindow::ImplType>
+{
+protected:
+  void SetUp() override
+  {
+    ASSERT_TRUE(m_display) << "no display";
+    OmWindow::setImplType(GetParam());
+  }
+  void TearDown() override { XCloseDisplay(m_display); }
+
+  template <typename Condition>
+  static bool eventually(Condition condition)
+  {
+    QElapsedTimer timer;
+    for (timer.start(); timer.elapsed() < 10000; QCoreApplication::processEvents(QEventLoop::AllEvents, 5))
+      if (condition())
+        return true;
+    return false;
+  }
+
+  /// The window with that title, however deep a window manager has put it; None when there is none.
+  Window find(const OmString& title, Window parent) const
+  {
+    Window* children = nullptr;
+    unsigned int count = 0;
+    Window found = None;
+    XQueryTree(m_display, parent, &found, &parent, &children, &count);
+    found = None;
+    for (unsigned int i = 0; i < count && !found; ++i)
+    {
+      char* name = nullptr;
+      XFetchName(m_display, children[i], &name);
+      found = name && title == name ? children[i] : find(title, children[i]);
+      XFree(name);
+    }
+    XFree(children);
+    return found;
+  }
+
+  /// Size and position of the window, and whether it is on the screen; empty when there is none.
+  std::string look(const OmWindow& window) const
+  {
+    const Window id = find(window.getName(), DefaultRootWindow(m_display));
+    XWindowAttributes now = {};
+    if (!id || !XGetWindowAttributes(m_display, id, &now))
+      return {};
+    Window child = None;
+    XTranslateCoordinates(m_display, id, now.root, 0, 0, &now.x, &now.y, &child);
+    return std::to_string(now.width) + "x" + std::to_string(now.height) + "+" + std::to_string(now.x) + "+" +
+           std::to_string(now.y) + (now.map_state == IsViewable ? " shown" : " hidden");
+  }
+
+  /// Whether the screen shows the picture, from end to end, where the window is.
+  bool shows(const OmWindow& window, const OmImage& picture) const
+  {
+    const int width = static_cast<int>(picture.width());
+    const int height = static_cast<int>(picture.height());
+    const Window id = find(window.getName(), DefaultRootWindow(m_display));
+    const QPixmap screen = QGuiApplication::primaryScreen()->grabWindow(id);
+    return screen.toImage().convertToFormat(QImage::Format_RGB888) ==
+           QImage(picture.data(), width, height, 3 * width, QImage::Format_RGB888);
+  }
+
+  int m_argc = 1;
+  char m_name[5] = "test";
+  char* m_argv[2] = {m_name, nullptr};
+  QApplication m_application{m_argc, m_argv};
+  Display* m_display = XOpenDisplay(nullptr);
+};
+
+TEST_P(OmWindowBackEnd, WindowsFollowTheirSettings)
+{
+  OmSimpleWindow window;
+  window.setName("first");
+  window.setWindowSizeAndPos(64, 48, 20, 30);
+  const std::pair<const char*, void (*)(OmWindow&)> steps[] = {
+      {"64x48+20+30 shown", [](OmWindow& w) { EXPECT_TRUE(w.init() && w.init()); }},
+      {"32x16+20+30 shown", [](OmWindow& w) { w.setWindowSize(32, 16); }},
+      {"32x16+1+2 shown", [](OmWindow& w) { w.setWindowPos(1, 2, true); }},
+      {"10x11+12+13 shown", [](OmWindow& w) { w.setWindowSizeAndPos(10, 11, 12, 13); }},
+      {"10x11+12+13 shown", [](OmWindow& w) { w.setName("second"); }},
+      {"10x11+12+13 hidden", [](OmWindow& w) { w.setHideWindow(true); }},
+      {"10x11+12+13 shown", [](OmWindow& w) { w.setHideWindow(false); }},
+      {"", [](OmWindow& w) { w.closeWindow(), w.closeWindow(); }},
+      {"10x11+12+13 hidden", [](OmWindow& w) { w.setHideWindow(true), w.init(); }},
+      {"70x80+12+13 hidden", [](OmWindow& w) { w.setWindowSize(70, 80); }},
+      {"70x80+12+13 shown", [](OmWindow& w) { w.setHideWindow(false); }},
+  };
+  for (const auto& [expected, step] : steps)
+  {
+    step(window);
+    EXPECT_TRUE(eventually([&, wanted = expected] { return look(window) == wanted; }))
+        << look(window) << " instead of " << expected;
+  }
+}
+
+TEST_P(OmWindowBackEnd, PicturesComeBackAndReachTheScreenByteForByte)
+{
+  OmSimpleWindow window;
+  OmU32 seed = 0;
+  for (const auto& [width, height] : {std::pair(61u, 47u), {64u, 32u}, {200u, 100u}, {200u, 100u}, {61u, 47u}})
+  {
+    const OmImage picture = makePicture(3, width, height, ++seed);
+    ASSERT_TRUE(window.setImageBuffer(picture, true));
+    EXPECT_TRUE(eventually([&] { return shows(window, picture); }));
+    EXPECT_EQ(differences(captured(window), picture), 0u);
+    const OmImage other = makePicture(3, width, height, ++seed);
+    ASSERT_TRUE(window.setImageBuffer(other, false));
+    EXPECT_TRUE(shows(window, picture)) << "not swapped yet";
+    if (seed == 4)
+      window.closeWindow(); // and open again
+  }
+}
+
+TEST_P(OmWindowBackEnd, TopMostWindowsComeAboveTheOthersAndKeepTheirPicture)
+{
+  OmSimpleWindow windows[2];
+  const OmImage pictures[] = {makePicture(3, 60, 50, 1), makePicture(3, 60, 50, 2)};
+  for (const int i : {0, 1})
+  {
+    windows[i].setName("window" + std::to_string(i));
+    windows[i].setWindowPos(100, 100, true);
+    ASSERT_TRUE(windows[i].setImageBuffer(pictures[i], true));
+    EXPECT_TRUE(eventually([&] { return shows(windows[i], pictures[i]); }));
+  }
+  for (const int i : {0, 1})
+  {
+    windows[i].setTopMost(true);
+    windows[i].setHideWindow(false);
+    EXPECT_EQ(differences(captured(windows[i]), pictures[i]), 0u);
+    EXPECT_TRUE(eventually([&] { return shows(windows[i], pictures[i]); })) << i;
+  }
+}
+
+TEST_P(OmWindowBackEnd, SharedTexturesAreSeenByBothWindowsWhicheverClosesFirst)
+{
+  const OmImage picture = makePicture(3, 32, 16);
+  for (const bool makerClosesFirst : {true, false})
+  {
+    OmSimpleWindow maker;
+    OmSimpleWindow stranger;
+    OmSimpleWindow user;
+    ASSERT_TRUE(stranger.setImageBuffer(makePicture(3, 32, 16, 7), true));
+    ASSERT_TRUE(maker.setImageBuffer(makePicture(3, 32, 16, 8), true));
+    const auto texture = boost::make_shared<OmTexture>();
+    ASSERT_TRUE(texture->loadFromImage(picture, OmTextureParameters()));
+    const boost::weak_ptr<const void> group = OmWindow::currentShareGroup();
+
+    EXPECT_TRUE(user.share(&maker));
+    ASSERT_TRUE(user.setImageBuffer(texture, true));
+    EXPECT_EQ(user.getShareWindow(), &maker);
+    EXPECT_TRUE(OmWindow::isShareGroupCurrent(group));
+    EXPECT_EQ(differences(captured(user), picture), 0u);
+    ASSERT_TRUE(maker.setImageBuffer(texture, true));
+    EXPECT_EQ(differences(captured(maker), picture), 0u);
+
+    OmSimpleWindow& left = makerClosesFirst ? user : maker;
+    (makerClosesFirst ? maker : user).closeWindow();
+    EXPECT_EQ(differences(captured(left), picture), 0u);
+    EXPECT_EQ(differences(captured(stranger), makePicture(3, 32, 16, 7)), 0u);
+    EXPECT_FALSE(OmWindow::isShareGroupCurrent(group));
+    left.closeWindow();
+    EXPECT_TRUE(group.expired());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, OmWindowBackEnd, testing::Values(OmWindow::ImplX11, OmWindow::ImplQt),
+                         [](const auto& type) { return type.param == OmWindow::ImplQt ? "Qt" : "X11"; });
+
+} // namespace
