@@ -10,6 +10,7 @@
 #include <boost/pointer_cast.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 
 namespace
@@ -27,6 +28,14 @@ const char* onOff(bool on)
 QString title(const OmString& name)
 {
   return QString::fromLatin1(name.data(), static_cast<int>(name.size()));
+}
+
+/// Pixels of the screen in the widget's own ones, which are larger where Qt scales (QT_SCALE_FACTOR). Rounded up, so
+/// that the size which a widget reports is the size that it keeps.
+int inWidgetPixels(const QWidget& widget, OmU32 pixels)
+{
+  constexpr double RoundingError = 1e-6;
+  return static_cast<int>(std::ceil(pixels / widget.devicePixelRatioF() - RoundingError));
 }
 
 } // namespace
@@ -134,7 +143,7 @@ void OmWindow::Impl::Qt::setWindowSize(OmU32 width, OmU32 height)
 {
   if (!m_pWidget)
     return;
-  m_pWidget->resize(static_cast<int>(width), static_cast<int>(height));
+  m_pWidget->resize(inWidgetPixels(*m_pWidget, width), inWidgetPixels(*m_pWidget, height));
   placeHidden();
 }
 
@@ -142,7 +151,7 @@ void OmWindow::Impl::Qt::setWindowPos(OmU32 x, OmU32 y)
 {
   if (!m_pWidget)
     return;
-  m_pWidget->move(static_cast<int>(x), static_cast<int>(y));
+  m_pWidget->move(inWidgetPixels(*m_pWidget, x), inWidgetPixels(*m_pWidget, y));
   placeHidden();
 }
 
@@ -240,8 +249,8 @@ OmBoolean OmWindow::Impl::Qt::openWindow()
   OmU32 x = 0;
   OmU32 y = 0;
   m_pWindow->getWindowSizeAndPos(width, height, x, y);
-  m_pWidget->resize(static_cast<int>(width), static_cast<int>(height));
-  m_pWidget->move(static_cast<int>(x), static_cast<int>(y));
+  m_pWidget->resize(inWidgetPixels(*m_pWidget, width), inWidgetPixels(*m_pWidget, height));
+  m_pWidget->move(inWidgetPixels(*m_pWidget, x), inWidgetPixels(*m_pWidget, y));
   placeHidden();
   m_pWidget->setWindowTitle(title(m_pWindow->getName()));
   if (m_pWindow->getTopMost())

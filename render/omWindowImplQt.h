@@ -15,7 +15,8 @@
 /// the window's back end (OmWindow::Impl::Qt::setWidget()).
 ///
 /// The widget keeps a plain pointer to its window, which has to outlive it; without a window it shows nothing. Its
-/// buffers are swapped by the window, not by Qt.
+/// buffers are swapped by the window, not by Qt. A widget of the application's own that is painted after its window was
+/// closed opens the window again where the window draws by itself, as OmSimpleWindow does.
 class OM_EXPORT OmQGLWidget : public QGLWidget
 {
   Q_OBJECT
@@ -32,7 +33,8 @@ public:
 Q_SIGNALS:
   /// The widget is about to close.
   void signalWindowClose();
-  /// The widget has a new size, in pixels; the window and the viewport follow after the signal.
+  /// The widget has a new size, in Qt's pixels (QWidget::size()); the window and the viewport follow after the signal,
+  /// in pixels of the screen.
   void signalWindowResize(int width, int height);
   /// The widget is being shown (false); hiding it emits nothing.
   void signalWindowHide(bool hidden);
@@ -58,7 +60,12 @@ protected:
 /// \endcode
 ///
 /// The application object and its event loop are the caller's; windows are destroyed before it. Top-most and other
-/// flags hide a widget that is shown, as Qt does it; show it again with setHideWindow(false).
+/// flags hide a widget that is shown, as Qt does it, and give it another native window; show it again with
+/// setHideWindow(false).
+///
+/// Sizes and positions are pixels of the screen, also where Qt scales (QT_SCALE_FACTOR). Qt puts the drawing area, not
+/// the title bar, to a window's position. It warns on standard error of buffers that are swapped before the window
+/// manager has shown the widget; nothing is lost by it.
 class OM_EXPORT OmWindow::Impl::Qt : public OmWindow::Impl
 {
 public:

@@ -167,6 +167,26 @@ TEST(OmWindowImplQtWithoutGL, OpeningFailsWithOneClearLine)
   qunsetenv("QT_QPA_PLATFORM");
 }
 
+TEST(OmWindowImplQtScaled, SizesArePixelsOfTheScreenAndStayAsTheyAre)
+{
+  OmWindow::setImplType(OmWindow::ImplQt);
+  for (const double factor : {1.25, 2.0})
+  {
+    qputenv("QT_SCALE_FACTOR", QByteArray::number(factor));
+    const Application application;
+    OmSimpleWindow window;
+    const OmImage picture = makePicture(3, 60, 40, 1); // whole numbers of Qt's pixels
+    ASSERT_TRUE(window.setImageBuffer(picture, true));
+    qt(window).getWidget()->resize(qt(window).getWidget()->size() + QSize(1, 1));
+    processEvents();
+    window.setWindowSize(60, 40);
+    processEvents();
+    EXPECT_TRUE(draws(window, picture)) << factor;
+    EXPECT_EQ(qt(window).getWidget()->size() * factor, QSize(60, 40));
+  }
+  qunsetenv("QT_SCALE_FACTOR");
+}
+
 TEST_F(OmWindowImplQt, WithoutWindowOrWidgetNothingHappens)
 {
   const PrintCapture capture;

@@ -22,8 +22,7 @@ int onRefusedRequest(Display* display, XErrorEvent* event)
 
 int onLostConnection(Display*)
 {
-  printFailure("omrender", "the connection to " + displayName() + " is gone: the window or the X server was closed");
-  std::_Exit(1);
+  endOnLostConnection();
 }
 
 } // namespace
@@ -32,6 +31,12 @@ void endOnDisplayErrors()
 {
   XSetErrorHandler(onRefusedRequest);
   XSetIOErrorHandler(onLostConnection);
+}
+
+void endOnLostConnection()
+{
+  printFailure("omrender", "the connection to " + displayName() + " is gone: the window or the X server was closed");
+  std::_Exit(1);
 }
 
 OmString displayName()

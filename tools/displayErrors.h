@@ -7,6 +7,9 @@
 /// the server refuses, and a connection that is lost, as when the user closes the window.
 void endOnDisplayErrors();
 
+/// Ends the program as a lost connection does.
+[[noreturn]] void endOnLostConnection();
+
 /// The display in the environment, for messages: "display ":0"", or "a display (DISPLAY is not set)".
 OmString displayName();
 
