@@ -1,0 +1,97 @@
+#ifndef OM_RENDER_SHADER_H
+#define OM_RENDER_SHADER_H
+
+#include "foundation/core/omTypes.h"
+
+#include <cstddef>
+#include <type_traits>
+
+/// On the processor what a shader does on the card: vectors, a rotation matrix, lookups in a 3-D texture.
+///
+/// \code
+///   using namespace OmRenderShader;
+///   std::vector<float> texels = loadColorTable();             // 32 * 32 * 32 texels of red, green, blue
+///   Texture3 table({32, 32, 32}, 3, texels.data());           // the texels stay the caller's
+///   table.interpolate = 1;
+///   const vecT3<float> one = table.tex3D({0.2f, 0.5f, 0.8f});
+///   table.tex3D(colors.data(), results.data(), colors.size()); // many at once
+/// \endcode
+///
+/// Only matT4<float>::rotate() needs a GL context.
+namespace OmRenderShader
+{
+
+/// Three components, stored one after another and nothing else: an array of them goes to GL as it is.
+template <class T>
+struct vecT3
+{
+  T x;
+  T y;
+  T z;
+};
+
+/// Whether at least one component is true.
+OM_EXPORT bool any(const vecT3<bool>& v);
+/// Whether all components are true.
+OM_EXPORT bool all(const vecT3<bool>& v);
+
+/// A 4 by 4 matrix in GL's order, column by column: the element of a row and a column is `m[4 * column + row]`.
+template <class T>
+struct matT4
+{
+  T m[16];
+};
+
+/// The matrix that can be rotated, and taken apart, by angles in degrees.
+template <>
+struct OM_EXPORT matT4<float>
+{
+  float m[16];
+
+  /// Multiplies from the left by right-handed rotations: the matrix becomes Rx(angles.x) Ry(angles.y) Rz(angles.z) M.
+  /// Degrees. Computed by GL, on the modelview stack of the calling thread's current context, which has to have a place
+  /// left; matrix mode, modelview matrix and stack depth are then as before.
+  void rotate(const vecT3<float>& angles);
+  /// Takes a rotation matrix apart: M = Rz(angles.z) Rx(angles.x) Ry(angles.y), which is another order than that of
+  /// rotate(). Degrees, each from 0 to below 360. Of the angles that give the same matrix, the y angle is 0 or 180
+  /// where m[2] is zero. For other matrices the angles mean nothing; NaN gives NaN.
+  void makeRot(vecT3<float>& angles) const;
+};
+
+/// A 3-D texture in memory.
+///
+/// Texel k of an axis of n texels lies at coordinate k / n, and coordinates are clamped to 0 to 1 (NaN to 1). A sample
+/// lies between the texels `lower` and `upper`: with p the coordinate times n, rounded to single precision, these are
+/// p without its fraction and p rounded up, neither beyond n - 1, and p - lower is the weight of the upper texel.
+struct OM_EXPORT Texture3
+{
+  vecT3<int> size; ///< texels along x, y and z, each at least 1
+  int channels;    ///< floats a texel, at least 1; beyond three only the first three are looked up
+  /// The caller's texels: channel c of texel (x, y, z) is `data[((z * size.y + y) * size.x + x) * channels + c]`,
+  /// indices in 64 bits.
+  float* data;
+  int interpolate; ///< 0: the nearest texel, halfway the lower one; otherwise a blend of the eight around the sample
+
+  /// A texture of nearest texels. Keeps the pointer and copies nothing.
+  Texture3(vecT3<int> textureSize, int channelCount, float* texels);
+
+  /// Looks up one point. Components beyond the texture's channels are 0; so are all without data, with a size below 1
+  /// and without channels. A blend is computed in extended precision (`long double`), along z, then y, then x, and
+  /// rounded to float. The result is the calling thread's one vector: its next call overwrites it.
+  const vecT3<float>& tex3D(const vecT3<float>& coords) const;
+  /// Looks up many points, several times faster. Every result is bit for bit that of the lookup above. `results` has
+  /// room for `count`; it may be `coords` itself, and must not overlap it otherwise.
+  void tex3D(const vecT3<float>* coords, vecT3<float>* results, std::size_t count) const;
+};
+
+static_assert(std::is_aggregate_v<vecT3<float>> && std::is_aggregate_v<matT4<float>>);
+static_assert(std::is_standard_layout_v<vecT3<bool>> && std::is_trivially_copyable_v<vecT3<bool>>);
+static_assert(std::is_standard_layout_v<vecT3<int>> && std::is_trivially_copyable_v<vecT3<int>>);
+static_assert(std::is_standard_layout_v<vecT3<float>> && std::is_trivially_copyable_v<vecT3<float>>);
+static_assert(std::is_standard_layout_v<matT4<float>> && std::is_trivially_copyable_v<matT4<float>>);
+static_assert(sizeof(vecT3<bool>) == 3 * sizeof(bool) && sizeof(vecT3<int>) == 3 * sizeof(int));
+static_assert(sizeof(vecT3<float>) == 3 * sizeof(float) && sizeof(matT4<float>) == 16 * sizeof(float));
+
+} // namespace OmRenderShader
+
+#endif

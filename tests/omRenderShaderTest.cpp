@@ -1,0 +1,165 @@
+#include "render/omRenderShader.h"
+
+#include "render/omSimpleWindow.h"
+
+#include <GL/gl.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+using namespace OmRenderShader;
+
+namespace
+{
+
+using Vector = vecT3<float>;
+
+std::array<float, 3> asArray(const Vector& v)
+{
+  return {v.x, v.y, v.z};
+}
+
+std::mt19937& generator()
+{
+  static std::mt19937 engine(20);
+  return engine;
+}
+
+float uniform(float low, float high)
+{
+  return std::uniform_real_distribution<float>(low, high)(generator());
+}
+
+int pick(int count)
+{
+  return std::uniform_int_distribution<int>(0, count - 1)(generator());
+}
+
+matT4<float> product(const matT4<float>& a, const matT4<float>& b)
+{
+  matT4<float> result = {};
+  for (int i = 0; i < 16; ++i)
+    for (int k = 0; k < 4; ++k)
+      result.m[i] += a.m[4 * k + i % 4] * b.m[4 * (i / 4) + k];
+  return result;
+}
+
+/// The right-handed rotation about an axis (0 is x), in degrees.
+matT4<float> rotation(int axis, double degrees)
+{
+  matT4<float> result = {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}};
+  const int a = (axis + 1) % 3;
+  const int b = (axis + 2) % 3;
+  const double quarters = degrees / 90.0; // exact at whole quarters
+  const bool whole = quarters == std::floor(quarters);
+  const double radians = degrees * std::acos(-1.0) / 180.0;
+  result.m[5 * a] = result.m[5 * b] = static_cast<float>(whole ? std::round(std::cos(radians)) : std::cos(radians));
+  result.m[4 * a + b] = static_cast<float>(whole ? std::round(std::sin(radians)) : std::sin(radians));
+  result.m[4 * b + a] = -result.m[4 * a + b];
+  return result;
+}
+
+matT4<float> composed(const Vector& angles)
+{
+  return product(rotation(2, angles.z), product(rotation(0, angles.x), rotation(1, angles.y)));
+}
+
+float largestDifference(const matT4<float>& a, const matT4<float>& b)
+{
+  float result = 0.0f;
+  for (int i = 0; i < 16; ++i)
+    result = std::max(result, std::abs(a.m[i] - b.m[i]));
+  return result;
+}
+
+} // namespace
+
+TEST(omRenderShader, AnyAndAll)
+{
+  for (int i = 0; i < 8; ++i)
+  {
+    const vecT3<bool> v = {(i & 1) != 0, (i & 2) != 0, (i & 4) != 0};
+    EXPECT_EQ(any(v), i != 0);
+    EXPECT_EQ(all(v), i == 7);
+  }
+}
+
+TEST(omRenderShader, RotationsComeApartIntoTheirAngles)
+{
+  const Vector known[] = {{0, 0, 0}, {20, 10, 30}, {0, 0, 350}, {0, 180, 0}, {300, 0, 0}, {0, 270, 0}};
+  for (const Vector& angles : known)
+  {
+    Vector result = {-1, -1, -1};
+    composed(angles).makeRot(result);
+    for (std::size_t i = 0; i < 3; ++i)
+      EXPECT_NEAR(asArray(result)[i], asArray(angles)[i], 1e-4f);
+  }
+  constexpr float Gimbal[] = {90, -90, 89.9999f, 90.00001f, 270, 180, 0};
+  for (int i = 0; i < 200000; ++i)
+  {
+    Vector angles = {uniform(-400, 400), uniform(-400, 400), uniform(-400, 400)};
+    if (i % 4 == 0)
+      angles.x = Gimbal[pick(7)];
+    if (i % 8 == 0)
+      angles.y = 90.0f * static_cast<float>(pick(4));
+    const matT4<float> matrix = composed(angles);
+    Vector result;
+    matrix.makeRot(result);
+    for (const float angle : asArray(result))
+      ASSERT_TRUE(angle >= 0.0f && angle < 360.0f) << angle;
+    ASSERT_LT(largestDifference(composed(result), matrix), 2e-6f) << angles.x << ' ' << angles.y << ' ' << angles.z;
+  }
+  matT4<float> tiny = rotation(2, 0.0);
+  tiny.m[1] = -1e-9f; // a whole turn, once 360 is added and rounded
+  Vector result;
+  tiny.makeRot(result);
+  EXPECT_EQ(result.z, 0.0f);
+}
+
+TEST(omRenderShader, RotateLeavesTheStacksAlone)
+{
+  OmSimpleWindow window;
+  window.setWindowSize(4, 4);
+  window.setHideWindow(true);
+  ASSERT_TRUE(window.init());
+  matT4<float> quarter = rotation(0, 0.0);
+  quarter.rotate({90, 0, 0});
+  EXPECT_LT(largestDifference(quarter, rotation(0, 90.0)), 1e-6f);
+
+  GLint limit = 0;
+  glGetIntegerv(GL_MAX_MODELVIEW_STACK_DEPTH, &limit);
+  glMatrixMode(GL_MODELVIEW);
+  for (GLint depth = 1; depth < limit; ++depth) // the last turn has one place left
+  {
+    const float left = static_cast<float>(depth);
+    glTranslatef(left, 0.0f, 0.0f);
+    matT4<float> before;
+    matT4<float> after;
+    glGetFloatv(GL_MODELVIEW_MATRIX, before.m);
+    const GLint mode = depth % 3 == 0 ? GL_MODELVIEW : depth % 3 == 1 ? GL_PROJECTION : GL_TEXTURE;
+    glMatrixMode(static_cast<GLenum>(mode));
+    const Vector angles = {uniform(-360, 360), uniform(-360, 360), uniform(-360, 360)};
+    const matT4<float> start = composed({30, 50, 70});
+    matT4<float> matrix = start;
+    matrix.rotate(angles);
+    const auto turn = product(rotation(0, angles.x), product(rotation(1, angles.y), rotation(2, angles.z)));
+    EXPECT_LT(largestDifference(matrix, product(turn, start)), 1e-5f);
+
+    GLint modeAfter = 0;
+    GLint depthAfter = 0;
+    glGetIntegerv(GL_MATRIX_MODE, &modeAfter);
+    glGetIntegerv(GL_MODELVIEW_STACK_DEPTH, &depthAfter);
+    glGetFloatv(GL_MODELVIEW_MATRIX, after.m);
+    EXPECT_EQ(modeAfter, mode);
+    EXPECT_EQ(depthAfter, depth);
+    EXPECT_EQ(std::memcmp(before.m, after.m, sizeof before.m), 0);
+    glMatrixMode(GL_MODELVIEW);
+    if (depth + 1 < limit)
+      glPushMatrix();
+  }
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+}
