@@ -108,6 +108,7 @@ refuses 1 '"radius"' --shader blur --set radius=1,2 short.png "${o[@]}"
 refuses 1 '"radius"' --shader blur --set radius=i2 short.png "${o[@]}"
 refuses 1 "itself" --shader blur --set pass=i2 short.png "${o[@]}"
 refuses 1 '"lut"' --shader blur --texture lut=table.png short.png "${o[@]}"
+refuses 1 '--texture lut=FILE' --shader lut chart.png "${o[@]}"
 refuses 1 "short.png" --shader lut --texture lut=short.png chart.png "${o[@]}"
 refuses 1 "nowhere" --shader blur short.png --out nowhere/out.png
 refuses 1 "file" --shader blur chart.png --out-dir file

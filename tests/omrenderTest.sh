@@ -93,6 +93,7 @@ refuses 1 "outside the window" show chart.png "${c[@]}" --block 0,479,1,1
 refuses 1 "nowhere" show chart.png --seconds 60 --capture nowhere/out.png
 refuses 1 "file/out.png" show chart.png --seconds 60 --capture file/out.png
 refuses 1 "regular file" show chart.png --seconds 60 --capture .
+refuses 1 "over the picture" show chart.png --seconds 60 --capture ./chart.png
 refuses 2 "one picture" show chart.png chart.png "${c[@]}"
 refuses 2 "--capture" show chart.png --seconds 60 --block 0,0,1,1
 for block in 0,0,0,1 0,0,1,0 0,0,1 0,0,1,1,1 -1,0,1,1 0,0,4294967296,1 0,0,1x,1 "" nan,0,1,1; do
@@ -104,7 +105,7 @@ done
 for seconds in -1 nan inf 1e7 1e999 2x "" " 1"; do
   refuses 2 "--seconds" show chart.png --seconds "$seconds"
 done
-refuses 2 "--unknown" show chart.png --unknown
+refuses 2 "--unknown" show --unknown
 refuses 2 "FILE" show
 refuses 2 "unknown" unknown
 refuses 2 "subcommand"

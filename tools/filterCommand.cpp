@@ -90,9 +90,7 @@ void checkOutputs(const std::vector<Job>& jobs)
     if (!isNew)
       throw Failure(quoted(first) + " and " + quoted(job.input) + " would both be written to " + quoted(job.output) +
                     "; filter them in runs of their own");
-    std::error_code error;
-    if (std::filesystem::equivalent(job.input, job.output, error))
-      throw Failure(quoted(job.output) + " would be written over the picture itself; write it elsewhere");
+    checkDistinct(job.input, job.output);
   }
 }
 

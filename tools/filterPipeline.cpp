@@ -74,6 +74,11 @@ void FilterPipeline::checkCapabilities() const
 
 void FilterPipeline::loadTextures()
 {
+  const std::vector<TextureSetting>& given = m_settings.textures;
+  for (const OmString& name : m_program->textures())
+    if (std::none_of(given.begin(), given.end(), [&](const TextureSetting& setting) { return setting.name == name; }))
+      throw Failure(quoted(m_settings.fragment.path) + " reads another picture; give it with --texture " + name +
+                    "=FILE");
   for (const TextureSetting& setting : m_settings.textures)
   {
     checkPicture(readHeader(setting.file, m_log));

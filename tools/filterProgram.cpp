@@ -5,6 +5,7 @@
 #include "tools/libraryLog.h"
 
 #include <algorithm>
+#include <regex>
 
 namespace
 {
@@ -50,6 +51,16 @@ void compile(OmShader& shader, const ShaderFile& file, OmShader::ShaderType type
   throw Failure("cannot compile " + quoted(file.path) + ": " + oneLine(said));
 }
 
+/// The names of the samplers that a shader declares, perhaps without using them.
+std::vector<OmString> samplers(const OmString& source)
+{
+  const std::regex declaration("\\buniform\\s+sampler\\w+\\s+(\\w+)");
+  std::vector<OmString> names;
+  for (std::sregex_iterator match(source.begin(), source.end(), declaration), end; match != end; ++match)
+    names.push_back((*match)[1]);
+  return names;
+}
+
 void clearErrors()
 {
   while (glGetError() != GL_NO_ERROR)
@@ -78,6 +89,9 @@ FilterProgram::FilterProgram(const ShaderFile& fragment, const std::optional<Sha
   m_texelSize = location("texelSize");
   m_pass = location("pass");
   m_direction = location("direction");
+  for (const OmString& name : samplers(fragment.source))
+    if (name != "image" && location(name) != -1)
+      m_textures.push_back(name);
 }
 
 /// -1, which GL takes without doing anything, for a uniform that the program does not have or use.

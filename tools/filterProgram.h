@@ -21,6 +21,8 @@ public:
   /// As set(), for a value that the program may have no use for.
   void setDefault(const UniformSetting& setting) const;
 
+  /// The names of the pictures that the program reads beside `image`.
+  const std::vector<OmString>& textures() const { return m_textures; }
   /// Tells the program about the picture `name` on a texture unit; sizes in pixels, texel sizes in texture coordinates.
   /// Throws a Failure when the program does not read it.
   void setPicture(const OmString& name, int unit, const float* size, const float* texelSize) const;
@@ -33,6 +35,7 @@ private:
 
   OmShader m_shader;
   OmString m_file;
+  std::vector<OmString> m_textures;
   int m_image;
   int m_imageSize;
   int m_texelSize;

@@ -30,6 +30,13 @@ void checkSize(const Picture& picture, OmU32 width, OmU32 height, const OmString
                   sizeText(width, height) + " of " + whose + "; scale it down first");
 }
 
+void checkDistinct(const OmString& picture, const OmString& output)
+{
+  std::error_code error;
+  if (std::filesystem::equivalent(picture, output, error))
+    throw Failure(quoted(output) + " would be written over the picture itself; write it elsewhere");
+}
+
 void checkTarget(const OmString& file)
 {
   const std::filesystem::path path(file);

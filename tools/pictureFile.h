@@ -22,6 +22,9 @@ OmString sizeText(OmU32 width, OmU32 height);
 /// Throws a Failure when the picture does not fit into `width` by `height` pixels, which are those of `whose`.
 void checkSize(const Picture& picture, OmU32 width, OmU32 height, const OmString& whose);
 
+/// Throws a Failure when an output is a picture's own file.
+void checkDistinct(const OmString& picture, const OmString& output);
+
 /// Throws a Failure for what would keep a file from being written, while nothing has been done yet.
 void checkTarget(const OmString& file);
 

@@ -86,6 +86,8 @@ struct ShowCommand : ShowOptions
 
 void checkOptions(const ShowCommand& options)
 {
+  if (options.files.empty())
+    throw CLI::RequiredError("FILE");
   if (!options.backend->show)
     throw Failure("this program was built without Qt; leave out --backend qt, or build it with OM_RENDER_QT=ON");
   if (options.block && options.capture.empty())
@@ -101,7 +103,10 @@ void show(const ShowCommand& options, LibraryLog& log)
   if (options.block && !(options.fullScreen && options.backend->fillsScreen))
     checkBlock(*options.block, pictures.front().width, pictures.front().height);
   if (!options.capture.empty())
+  {
+    checkDistinct(options.files.front(), options.capture);
     checkTarget(options.capture);
+  }
   const GLInformation gl = queryGL(log);
   for (const Picture& picture : pictures)
   {
@@ -125,7 +130,7 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
 {
   CLI::App* const command = program.add_subcommand("show", "Show pictures one after another in a window");
   const auto options = std::make_shared<ShowCommand>();
-  command->add_option("FILE", options->files, "PNG or JPEG files")->required()->type_name("");
+  command->add_option("FILE", options->files, "PNG or JPEG files")->type_name("");
   addParsedOption(*command, "--seconds", "S", options->seconds, readSeconds, "a number from 0 to 1000000",
                   "How long to show each picture (3; with qt, until the user goes on); with 0, show it and go on");
   addParsedOption(*command, "--backend", "x11|qt", options->backend, readBackend, "x11 or qt",
