@@ -25,16 +25,22 @@ if(OM_SANITIZE)
   target_link_options(omProgramFlags INTERFACE -Wl,--export-dynamic-symbol=dlclose)
 endif()
 
-# om_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): a shared library with the project's soname.
+# om_library(NAME SOURCES ... HEADERS ... [PUBLIC ...] [PRIVATE ...]): a shared library with the project's soname, which
+# exports the interface that its headers mark and nothing that it was instantiated from. HEADERS are installed.
 function(om_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
-  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:omFlags>)
   if(NOT OM_SANITIZE) # the sanitizer runtimes come with the program
-    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
   endif()
-  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${name} EXPORT omRenderTargets
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    FILE_SET HEADERS DESTINATION ${OM_INSTALL_INCLUDEDIR} COMPONENT development)
 endfunction()
 
 # om_program(NAME SOURCES ... [LIBRARIES ...]): a program.

@@ -1,14 +1,34 @@
 #ifndef OM_WINDOW_IMPL_QT_H
 #define OM_WINDOW_IMPL_QT_H
 
-// Before X11's headers, whose macros break Qt's.
+// Macros of Xlib's and GL's headers would break Qt's. They are back after them.
+#pragma push_macro("Bool")
+#pragma push_macro("CursorShape")
+#pragma push_macro("GL_GLEXT_VERSION")
+#pragma push_macro("Status")
+#undef Bool
+#undef CursorShape
+#undef GL_GLEXT_VERSION
+#undef Status
 #include <QGLFormat>
 #include <QGLWidget>
 #include <QPointer>
+#pragma pop_macro("Status")
+#pragma pop_macro("GL_GLEXT_VERSION")
+#pragma pop_macro("CursorShape")
+#pragma pop_macro("Bool")
 
 #include "render/omWindow.h"
 
 /// The Qt widget that shows an OmWindow.
+///
+/// \code
+///   auto* const widget = new OmQGLWidget(&window, &form, nullptr, Qt::WindowFlags()); // the form deletes it
+///   const auto impl = boost::make_shared<OmWindow::Impl::Qt>();
+///   impl->setWidget(widget, false);
+///   window.setImpl(impl);
+///   window.setImageBuffer(image, true);
+/// \endcode
 ///
 /// A resize sets the window's size and the GL viewport, a paint has the window draw and swap, and what happens to the
 /// widget goes out as signals. It is a widget like any other: give it a parent, put it into a layout, and hand it to
@@ -40,13 +60,13 @@ Q_SIGNALS:
   void signalWindowHide(bool hidden);
 
 protected:
-  void resizeEvent(QResizeEvent* event) override;
-  void closeEvent(QCloseEvent* event) override;
-  void showEvent(QShowEvent* event) override;
-  void resizeGL(int width, int height) override;
-  void paintGL() override;
+  void resizeEvent(QResizeEvent* event) override; ///< signals the size, then has Qt resize the drawing area
+  void closeEvent(QCloseEvent* event) override;   ///< signals, then closes
+  void showEvent(QShowEvent* event) override;     ///< signals, then shows
+  void resizeGL(int width, int height) override;  ///< passes the size, in pixels of the screen, on to the window
+  void paintGL() override;                        ///< has the window draw and swap
 
-  OmWindow* m_pWindow;
+  OmWindow* m_pWindow; ///< null for a widget that shows nothing
 };
 
 /// The back end that opens a window as a Qt GL widget, on Qt's GUI thread.
@@ -100,6 +120,7 @@ public:
   /// Window flags for the widget, now and when one is made.
   void setWindowFlags(::Qt::WindowFlags flags);
 
+  /// A new back end of this kind, whatever the process's type is.
   static boost::shared_ptr<OmWindow::Impl> newImpl();
 
   /// Installs a GL format as Qt's default. With null, the built-in one the first time, and nothing later: direct
@@ -107,9 +128,9 @@ public:
   static void setDefaultFormat(const QGLFormat* format);
 
 protected:
-  OmBoolean m_ownsWidget;
-  QPointer<OmQGLWidget> m_pWidget;
-  ::Qt::WindowFlags m_windowFlags;
+  OmBoolean m_ownsWidget;          ///< closeWindow() deletes the widget
+  QPointer<OmQGLWidget> m_pWidget; ///< null while there is none
+  ::Qt::WindowFlags m_windowFlags; ///< for widgets that are made here
 
 private:
   void makeWidget();

@@ -1,5 +1,5 @@
 // A program as a caller would write it: calls through the exported pointers after a window has opened. Built and linked
-// in every way that matters by entryPointsTest.sh.
+// in every way that matters by installedTest.sh.
 
 #include "render/omGL.h"
 #include "render/omSimpleWindow.h"
