@@ -5,7 +5,7 @@
 #include "tools/libraryLog.h"
 
 #include <algorithm>
-#include <regex>
+#include <sstream>
 
 namespace
 {
@@ -54,10 +54,12 @@ void compile(OmShader& shader, const ShaderFile& file, OmShader::ShaderType type
 /// The names of the samplers that a shader declares, perhaps without using them.
 std::vector<OmString> samplers(const OmString& source)
 {
-  const std::regex declaration("\\buniform\\s+sampler\\w+\\s+(\\w+)");
+  constexpr char InNames[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
   std::vector<OmString> names;
-  for (std::sregex_iterator match(source.begin(), source.end(), declaration), end; match != end; ++match)
-    names.push_back((*match)[1]);
+  std::istringstream words(source);
+  for (OmString word, type, name; words >> word;)
+    if (word == "uniform" && words >> type && type.rfind("sampler", 0) == 0 && words >> name)
+      names.push_back(name.substr(0, name.find_first_not_of(InNames)));
   return names;
 }
 
