@@ -1,6 +1,6 @@
 #include "render/omRenderShader.h"
 
-#include "render/omTexture3Kernel.h"
+#include "render/omTexture3Vectors.h"
 #include "render/omVersion.h"
 
 #include <GL/gl.h>
@@ -95,6 +95,8 @@ const vecT3<float>& Texture3::tex3D(const vecT3<float>& coords) const
 void Texture3::tex3D(const vecT3<float>* coords, vecT3<float>* results, std::size_t count) const
 {
 #if defined(__x86_64__)
+  if (Kernel::hasAvx512())
+    return Kernel::lookUpManyAvx512(*this, coords, results, count);
   if (Kernel::hasAvx2())
     return Kernel::lookUpManyAvx2(*this, coords, results, count);
 #endif

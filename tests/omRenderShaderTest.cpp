@@ -118,6 +118,11 @@ TEST(omRenderShader, RotationsComeApartIntoTheirAngles)
   Vector result;
   tiny.makeRot(result);
   EXPECT_EQ(result.z, 0.0f);
+  rotation(0, 90.0).makeRot(result); // of y angles of 0 and 180 that give the same matrix, 0
+  EXPECT_EQ(result.y, 0.0f);
+  tiny.m[2] = std::nanf("");
+  tiny.makeRot(result);
+  EXPECT_TRUE(std::isnan(result.x) && std::isnan(result.y) && std::isnan(result.z));
 }
 
 TEST(omRenderShader, RotateLeavesTheStacksAlone)

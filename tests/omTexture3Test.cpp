@@ -1,14 +1,17 @@
 #include "render/omRenderShader.h"
 #include "render/omTexture3Kernel.h"
+#include "render/omTexture3Vectors.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <random>
 #include <thread>
 #include <vector>
@@ -136,6 +139,33 @@ Vector expected(const Texture3& texture, const Vector& point)
   return {result[0], result[1], result[2]};
 }
 
+/// Floats that end where the memory does, so that reading on is a fault.
+class FloatsAtEnd
+{
+public:
+  explicit FloatsAtEnd(std::size_t count)
+      : page(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), length((count * sizeof(float) / page + 1) * page)
+  {
+    memory =
+        static_cast<char*>(mmap(nullptr, length + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    if (memory == MAP_FAILED || mprotect(memory + length, page, PROT_NONE) != 0)
+      throw std::bad_alloc();
+    first = reinterpret_cast<float*>(memory + length) - count;
+  }
+  ~FloatsAtEnd() { munmap(memory, length + page); }
+  FloatsAtEnd(const FloatsAtEnd&) = delete;
+  FloatsAtEnd& operator=(const FloatsAtEnd&) = delete;
+
+  float* begin() const { return first; }
+  float* end() const { return reinterpret_cast<float*>(memory + length); }
+
+private:
+  std::size_t page;
+  std::size_t length;
+  char* memory;
+  float* first;
+};
+
 using LookUpMany = void (*)(const Texture3&, const Vector*, Vector*, std::size_t);
 
 std::vector<std::pair<const char*, LookUpMany>> ways()
@@ -146,6 +176,8 @@ std::vector<std::pair<const char*, LookUpMany>> ways()
 #if defined(__x86_64__)
   if (Kernel::hasAvx2())
     result.emplace_back("AVX2", Kernel::lookUpManyAvx2);
+  if (Kernel::hasAvx512())
+    result.emplace_back("AVX-512", Kernel::lookUpManyAvx512);
 #endif
   return result;
 }
@@ -155,17 +187,16 @@ std::vector<std::pair<const char*, LookUpMany>> ways()
 TEST(omTexture3, ManyAtOnceGiveTheBitsOfSingleLookups)
 {
   const vecT3<int> sizes[] = {{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {5, 7, 3}, {1, 33, 1}, {64, 5, 2}};
-  std::vector<Vector> points(3001); // no whole number of blocks
+  std::vector<Vector> points(2001); // no whole number of blocks
   std::vector<Vector> singles(points.size());
   for (const TexelKind& kind : TexelKinds)
     for (const auto& size : sizes)
-      for (const int channels : {1, 2, 3, 4, 5})
-        for (const int interpolate : {0, 1, 1, 1})
+      for (const int channels : {1, 2, 3, 4, 5, 6})
+        for (const int interpolate : {0, 1, 2, -1})
         {
-          std::vector<float> texels(static_cast<std::size_t>(size.x * size.y * size.z * channels));
-          for (float& texel : texels)
-            texel = kind.make();
-          Texture3 texture(size, channels, texels.data());
+          const FloatsAtEnd texels(static_cast<std::size_t>(size.x * size.y * size.z * channels));
+          std::generate(texels.begin(), texels.end(), kind.make);
+          Texture3 texture(size, channels, texels.begin());
           texture.interpolate = interpolate;
           for (std::size_t i = 0; i < points.size(); ++i)
           {
