@@ -96,6 +96,9 @@ OmBoolean OmShader::loadShaderFromString(const OmString& source, ShaderType type
     Om::Print::instance().write(4, "OmShader: Invalid ShaderType\n");
     return false;
   }
+  if (handle == 0)
+    Om::Print::instance().write(4, "OmShader: The GL made no shader object: it has none of the type, or no context is "
+                                   "current on this thread.\n");
   if (*shader != 0 && *shader != handle)
     glDeleteObjectARB(*shader);
   *shader = handle;

@@ -216,6 +216,8 @@ void OmTexture::ensureName(const char* signature)
   if (m_id != 0)
     return;
   glGenTextures(1, &m_id);
+  if (m_id == 0)
+    Om::Print::instance().write(4, "OmTexture: No GL context is current on this thread; open a window on it first.\n");
   m_shareGroup = OmWindow::currentShareGroup();
   m_storage = Storage();
   Om::Print::instance().ostream(1, signature) << "Creating texture ID " << m_id << std::endl;

@@ -10,6 +10,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace
@@ -41,6 +44,45 @@ struct MotifHints
 };
 
 constexpr unsigned long MotifDecorationsValid = 2;
+
+/// Which thread has made which context current, as far as this back end sees it. A context is current on one thread at
+/// a time; drivers differ in what they do to a second one, up to ending the process.
+class ContextThreads
+{
+public:
+  static ContextThreads& instance()
+  {
+    static ContextThreads& threads = *new ContextThreads; // outlives windows of static storage
+    return threads;
+  }
+
+  /// The calling thread gives up the context that it has, for another one or none. False when another thread has that.
+  bool take(GLXContext context)
+  {
+    thread_local const Release release;
+    const std::thread::id self = std::this_thread::get_id();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (auto entry = m_threads.begin(); entry != m_threads.end();)
+      entry = entry->second == self ? m_threads.erase(entry) : std::next(entry);
+    return !context || m_threads.insert_or_assign(context, self).second;
+  }
+
+  /// The context is gone.
+  void forget(GLXContext context)
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_threads.erase(context);
+  }
+
+private:
+  struct Release
+  {
+    ~Release() { instance().take(nullptr); }
+  };
+
+  std::mutex m_mutex;
+  std::map<GLXContext, std::thread::id> m_threads;
+};
 
 struct Size
 {
@@ -180,6 +222,10 @@ void OmWindow::Impl::X11::makeCurrent() const
 {
   if (!m_xWindow || (glXGetCurrentContext() == m_context && OmWindow::getWindow() == m_pWindow))
     return;
+  if (!ContextThreads::instance().take(m_context))
+    Om::Print::instance().write(4,
+                                "OmWindow::Impl::X11::makeCurrent - The window is current on another thread; open and "
+                                "use each window on one thread.\n");
   glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
 }
 
@@ -205,6 +251,7 @@ OmBoolean OmWindow::Impl::X11::openWindow()
   }
   if (!m_pWindow->getHideWindow())
     mapWindow();
+  ContextThreads::instance().take(m_context);
   glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
   const OmString name = m_pWindow->getName();
   setName(name);
@@ -220,6 +267,8 @@ bool OmWindow::Impl::X11::isSizeHeld() const
   m_pWindow->getWindowSize(width, height);
   if (width <= LargestCoordinate && height <= LargestCoordinate)
     return true;
+  Om::Print::instance().write(4, "X11::openWindow - %u by %u pixels are more than the %d of a window.\n", width, height,
+                              LargestCoordinate);
   Om::Print::instance().write(4, "X11::openWindow - Failed to create Window.\n");
   return false;
 }
@@ -378,6 +427,8 @@ void OmWindow::Impl::X11::destroyContext()
 {
   if (!m_context)
     return;
+  ContextThreads::instance().take(nullptr);
+  ContextThreads::instance().forget(m_context);
   glXMakeCurrent(m_pDisplay, None, nullptr);
   glXDestroyContext(m_pDisplay, m_context);
   m_context = nullptr;

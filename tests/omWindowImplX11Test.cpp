@@ -93,6 +93,13 @@ OM_EXPORT void glXDestroyContext(Display* display, GLXContext context)
   OM_REAL(glXDestroyContext)(display, context);
 }
 
+OM_EXPORT Bool glXMakeCurrent(Display* display, GLXDrawable drawable, GLXContext context)
+{
+  static const std::thread::id first = std::this_thread::get_id();
+  return std::this_thread::get_id() != first ||
+         OM_REAL(glXMakeCurrent)(display, drawable, context); // lest a driver aborts
+}
+
 OM_EXPORT Colormap XCreateColormap(Display* display, Window window, Visual* visual, int allocate)
 {
   return make<Colormap>("XCreateColormap", "colormap",
@@ -341,7 +348,10 @@ TEST_F(OmWindowImplX11, FailuresAreReportedReleaseWhatWasMadeAndCanBeTriedAgain)
   X11Window large(32768, 1); // more than X can say
   PrintCapture capture;
   EXPECT_FALSE(large.init());
-  EXPECT_EQ(capture.messages(4), (Messages{{4, Failures[4].text}, {4, "OmWindow::Impl::openWindow Failed\n"}}));
+  const Messages messages = {{4, "X11::openWindow - 32768 by 1 pixels are more than the 32767 of a window.\n"},
+                             {4, Failures[4].text},
+                             {4, "OmWindow::Impl::openWindow Failed\n"}};
+  EXPECT_EQ(capture.messages(4), messages);
   EXPECT_EQ(glXGetCurrentContext(), current.x11().m_context);
 }
 
@@ -609,6 +619,27 @@ TEST_F(OmWindowImplX11, ClosingDoesNotWaitForAnUnmapThatNeverComes)
   }
   EXPECT_EQ(kept->getWindow(), nullptr);
   EXPECT_EQ(s_living["window"].size(), 1u);
+}
+
+TEST_F(OmWindowImplX11, UseOnASecondThreadIsTold)
+{
+  X11Window window;
+  X11Window other;
+  ASSERT_TRUE(window.init() && other.init());
+  const PrintCapture capture;
+  const auto tellsOnAnotherThread = [&](const OmWindow& used)
+  {
+    const std::size_t before = capture.messages(4).size();
+    std::thread([&] { used.makeCurrent(); }).join();
+    return capture.messages(4).size() != before;
+  };
+  EXPECT_FALSE(tellsOnAnotherThread(window)); // this thread has left it for the other one
+  EXPECT_TRUE(tellsOnAnotherThread(other));
+  EXPECT_FALSE(tellsOnAnotherThread(other)); // the thread that had it last is gone
+  window.makeCurrent();
+  EXPECT_TRUE(tellsOnAnotherThread(window));
+  window.closeWindow();
+  EXPECT_FALSE(tellsOnAnotherThread(window));
 }
 
 /// Under the window manager that OM_TEST_WM names.

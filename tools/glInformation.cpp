@@ -69,8 +69,11 @@ GLInformation queryGL(LibraryLog& log)
 
 void failToOpenWindow(LibraryLog& log)
 {
-  throw Failure("cannot open a window on " + displayName() + ": " + log.takeReason("no reason was given") +
-                "; set DISPLAY to an X server with GLX, or start the program with xvfb-run");
+  const OmString reason = log.takeReason("no reason was given");
+  const bool opened = reason.find("OpenGL has not been initialized") != OmString::npos;
+  throw Failure("cannot open a window on " + displayName() + ": " + reason +
+                (opened ? "; use a driver whose GLX gives contexts of the compatibility profile"
+                        : "; set DISPLAY to an X server with GLX, or start the program with xvfb-run"));
 }
 
 void checkErrors(const OmString& what, LibraryLog& log)
