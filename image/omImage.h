@@ -8,6 +8,13 @@
 
 /// A picture in memory: 8-bit channels, rows packed without padding, top row first.
 ///
+/// \code
+///   OmImage image(3, 640, 480); // RGB, black
+///   const std::size_t pixel = std::size_t{20} * image.width() + 10;
+///   image.data()[pixel * image.channels()] = 255; // (10, 20) is red
+///   image.copyFromOrToFlipped(false);             // a texture is filled from the flipped copy now
+/// \endcode
+///
 /// An image may carry a second copy of its pixels with the rows bottom row first, as GL stores them: the flipped
 /// copy. While the flipped copy is in use (isFlipped()), it is the one that a texture is filled from. Both copies
 /// always have the image's one size and channel count: making one of them with another shape drops the other.
@@ -27,20 +34,24 @@ public:
   OmImage() = default;
   /// A zero-filled image; `width` and `height` in pixels, one byte a channel.
   OmImage(OmU32 channels, OmU32 width, OmU32 height);
+  /// A copy has pixels, and a flipped copy, of its own.
   OmImage(const OmImage&) = default;
+  /// As the copy; an image that does not fit into memory leaves this one as it was.
   OmImage& operator=(const OmImage&);
   /// The source of a move is left without pixels.
   OmImage(OmImage&&) noexcept;
+  /// As above.
   OmImage& operator=(OmImage&&) noexcept;
   ~OmImage() = default;
 
-  OmU32 width() const { return m_width; }
-  OmU32 height() const { return m_height; }
-  OmU32 channels() const { return m_channels; }
+  OmU32 width() const { return m_width; }       ///< in pixels
+  OmU32 height() const { return m_height; }     ///< in pixels
+  OmU32 channels() const { return m_channels; } ///< bytes a pixel
 
   /// The pixels, top row first: channel c of pixel (x, y) is `data()[(y * width() + x) * channels() + c]`, indices in
   /// 64 bits. Null when the image has no pixels.
   OmU8* data() { return m_pixels.empty() ? nullptr : m_pixels.data(); }
+  /// The same of an image that is not to be changed.
   const OmU8* data() const { return m_pixels.empty() ? nullptr : m_pixels.data(); }
   /// The size of data() in bytes.
   std::size_t byteSize() const { return m_pixels.size(); }
@@ -49,6 +60,7 @@ public:
   OmBoolean isFlipped() const { return m_isFlipped; }
   /// The flipped copy, laid out as data() but bottom row first. Null when there is none.
   OmU8* flippedData() { return m_flippedPixels.empty() ? nullptr : m_flippedPixels.data(); }
+  /// The same of an image that is not to be changed.
   const OmU8* flippedData() const { return m_flippedPixels.empty() ? nullptr : m_flippedPixels.data(); }
   /// The size of flippedData() in bytes.
   std::size_t flippedByteSize() const { return m_flippedPixels.size(); }
@@ -65,12 +77,12 @@ public:
   void zeroFlippedImage(OmU32 channels, OmU32 reserved, OmU32 width, OmU32 height);
 
 protected:
-  OmU32 m_channels = 0;
-  OmU32 m_width = 0;
-  OmU32 m_height = 0;
-  std::vector<OmU8> m_pixels;
-  std::vector<OmU8> m_flippedPixels;
-  OmBoolean m_isFlipped = false;
+  OmU32 m_channels = 0;              ///< bytes a pixel
+  OmU32 m_width = 0;                 ///< in pixels
+  OmU32 m_height = 0;                ///< in pixels
+  std::vector<OmU8> m_pixels;        ///< top row first; empty or of the image's shape
+  std::vector<OmU8> m_flippedPixels; ///< bottom row first; empty or of the image's shape
+  OmBoolean m_isFlipped = false;     ///< the flipped copy is in use
 };
 
 #endif

@@ -5,6 +5,12 @@
 
 /// Reads and writes picture files.
 ///
+/// \code
+///   OmImage image;
+///   if (!OmImageReaderWriter::read(image, "photo.jpg") || !OmImageReaderWriter::write(image, "photo.png"))
+///     return 1; // the reason has been printed
+/// \endcode
+///
 /// PNG and JPEG are read, told apart by their content and not by the file's name; PNG is written.
 class OM_EXPORT OmImageReaderWriter
 {

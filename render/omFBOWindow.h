@@ -50,21 +50,23 @@ public:
   /// Chooses off-screen or on-screen rendering, and hides or shows the window to match. Before init() it is always
   /// taken; afterwards false, and on screen, for off-screen rendering without framebuffer objects.
   virtual OmBoolean setOffScreenRendering(bool on);
+  /// Whether it renders off screen.
   virtual OmBoolean getOffScreenRendering() const;
 
   /// Leaves the framebuffer object bound after each render and capture, for the caller's own drawing and reading.
   virtual void setKeepBound(bool keep);
+  /// Whether the framebuffer object stays bound.
   virtual OmBoolean getKeepBound() const;
 
   /// How the off-screen texture is stored and sampled, from the next init() on.
   virtual void setBufferParams(const OmTextureParameters& params);
 
 protected:
-  OmFrameBufferObject m_frameBuffer;
-  OmTexture m_offScreenTexture;
-  OmTextureParameters m_bufferParams;
-  bool m_offScreen;
-  bool m_keepBound;
+  OmFrameBufferObject m_frameBuffer;  ///< renders into the off-screen texture
+  OmTexture m_offScreenTexture;       ///< what is drawn off screen
+  OmTextureParameters m_bufferParams; ///< settings for the off-screen texture's next making
+  bool m_offScreen;                   ///< rendering goes off screen
+  bool m_keepBound;                   ///< renders and captures leave the framebuffer object bound
 };
 
 #endif

@@ -69,11 +69,11 @@ public:
   void release();
 
 protected:
-  GLuint m_framebufferId;
-  GLuint m_renderbufferId;
-  unsigned int m_width;
-  unsigned int m_height;
-  bool m_initialized;
+  GLuint m_framebufferId;  ///< GL name; 0 for none
+  GLuint m_renderbufferId; ///< GL name of the depth buffer; 0 for none
+  unsigned int m_width;    ///< of the attached texture, in texels
+  unsigned int m_height;   ///< of the attached texture, in texels
+  bool m_initialized;      ///< init() has attached a texture
 
 private:
   void attachDepthBuffer();

@@ -9,15 +9,15 @@
 #error "render/omGL.h declares the GL extension entry points as pointers: include it without GL_GLEXT_PROTOTYPES"
 #endif
 
+/// \ingroup entryPoints
 /// Sets how many vertical retraces lie between two swaps of the current context. Returns 0, or a GLX error code;
 /// GLX_SGI_swap_control asks for at least 1, and drivers differ in whether they take 0 (do not wait).
 using OmSwapIntervalProc = int (*)(int interval);
 
-// The extension entry points, each under GL's own name and with the type of <GL/glext.h>; `glSwapInterval` holds
-// `glXSwapIntervalSGI`. All are null until OmGL::init() finds their group; test the group's bit with
-// OmGL::isSupported() before calling through one. The linker name carries a prefix because the GL library exports
-// functions of the same names: with it, this library and its callers always mean the same pointer, whatever the order
-// of the libraries at link time.
+// The extension entry points, which render/omGLEntryPoints.def lists with the bits of their groups. All are null until
+// OmGL::init() finds their group; test the group's bit with OmGL::isSupported() before calling through one. The linker
+// name carries a prefix because the GL library exports functions of the same names: with it, this library and its
+// callers always mean the same pointer, whatever the order of the libraries at link time.
 #define OM_GL_ENTRY_POINT(group, type, name) OM_EXPORT extern type name __asm__("om_" #name);
 #include "render/omGLEntryPoints.def"
 

@@ -10,8 +10,8 @@
 ///
 /// \code
 ///   using namespace OmRenderShader;
-///   std::vector<float> texels = loadColorTable();             // 32 * 32 * 32 texels of red, green, blue
-///   Texture3 table({32, 32, 32}, 3, texels.data());           // the texels stay the caller's
+///   std::vector<float> texels = loadColorTable();   // 32 * 32 * 32 texels of red, green, blue
+///   Texture3 table({32, 32, 32}, 3, texels.data()); // the texels stay the caller's
 ///   table.interpolate = 1;
 ///   const vecT3<float> one = table.tex3D({0.2f, 0.5f, 0.8f});
 ///   table.tex3D(colors.data(), results.data(), colors.size()); // many at once
@@ -25,9 +25,9 @@ namespace OmRenderShader
 template <class T>
 struct vecT3
 {
-  T x;
-  T y;
-  T z;
+  T x; ///< first
+  T y; ///< second
+  T z; ///< third
 };
 
 /// Whether at least one component is true.
@@ -39,14 +39,14 @@ OM_EXPORT bool all(const vecT3<bool>& v);
 template <class T>
 struct matT4
 {
-  T m[16];
+  T m[16]; ///< the elements, column by column
 };
 
 /// The matrix that can be rotated, and taken apart, by angles in degrees.
 template <>
 struct OM_EXPORT matT4<float>
 {
-  float m[16];
+  float m[16]; ///< the elements, column by column
 
   /// Multiplies from the left by right-handed rotations: the matrix becomes Rx(angles.x) Ry(angles.y) Rz(angles.z) M.
   /// Degrees. Computed by GL, on the modelview stack of the calling thread's current context, which has to have a place
@@ -79,8 +79,8 @@ struct OM_EXPORT Texture3
   /// and without channels. A blend is computed in extended precision (`long double`), along z, then y, then x, and
   /// rounded to float. The result is the calling thread's one vector: its next call overwrites it.
   const vecT3<float>& tex3D(const vecT3<float>& coords) const;
-  /// Looks up many points, several times faster. Every result is bit for bit that of the lookup above. `results` has
-  /// room for `count`; it may be `coords` itself, and must not overlap it otherwise.
+  /// Looks up many points, several times faster. In the default floating-point mode every result is bit for bit that of
+  /// the lookup above. `results` has room for `count`; it may be `coords` itself, and must not overlap it otherwise.
   void tex3D(const vecT3<float>* coords, vecT3<float>* results, std::size_t count) const;
 };
 

@@ -11,7 +11,7 @@
 ///   OmShader shader;
 ///   if (!shader.loadShaderFromFile("edges.frag", OmShader::Fragment) ||
 ///       !shader.loadShaderFromString(OmShader::getVertexShader(), OmShader::Vertex))
-///     return false; // the compiler's log has been printed
+///     return false;      // the compiler's log has been printed
 ///   shader.attach(true); // linked and in use
 ///   glUniform1fARB(shader.getUniformLocation("strength"), 0.5f);
 ///   texture.drawScreenAlignedQuad(0.0f, 0.0f, 1.0f, 1.0f);
@@ -76,14 +76,15 @@ public:
   /// through texture matrix 0, texture coordinate 1 as it is.
   static OmString getVertexShader();
 
+  /// What getVertexShader() gives; a program may put another source here.
   static OmString defaultVertexShader;
 
 protected:
-  GLhandleARB m_programId;
-  GLhandleARB m_fragmentShaderId;
-  GLhandleARB m_geometryShaderId;
-  GLhandleARB m_vertexShaderId;
-  OmBoolean m_initialized;
+  GLhandleARB m_programId;        ///< the program's handle; 0 before the first attach()
+  GLhandleARB m_fragmentShaderId; ///< 0 for none
+  GLhandleARB m_geometryShaderId; ///< 0 for none
+  GLhandleARB m_vertexShaderId;   ///< 0 for none
+  OmBoolean m_initialized;        ///< shaders are there
 
 private:
   GLhandleARB* shaderOf(ShaderType type);

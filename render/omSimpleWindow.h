@@ -31,6 +31,7 @@ public:
     CaptureFlipped = 0x8 ///< read into the image's flipped copy, whose row order is GL's own
   };
 
+  /// A window without a picture; opens nothing.
   OmSimpleWindow();
   ~OmSimpleWindow() override;
 
@@ -77,7 +78,7 @@ public:
   static OmBoolean displayImage(const OmImage& image, double seconds, const OmString& name, OmU32 x, OmU32 y);
 
 protected:
-  boost::shared_ptr<OmTexture> m_pTexture;
+  boost::shared_ptr<OmTexture> m_pTexture; ///< the picture; it may be shared with the caller
 
 private:
   void setViewport() const;

@@ -80,11 +80,12 @@ public:
 
   /// The texture unit for the next bind(), counted from 0.
   virtual void setUnit(unsigned int unit) const;
+  /// The texture unit, counted from 0.
   virtual unsigned int unit() const;
 
-  /// The settings; after a load those in effect, with the formats and the target that were chosen. Setting them changes
-  /// nothing on the card until the next load.
+  /// Sets the settings; nothing changes on the card until the next load.
   virtual void setTextureParameters(const OmTextureParameters& params);
+  /// The settings; after a load those in effect, with the formats and the target that were chosen.
   virtual const OmTextureParameters& textureParameters() const;
 
   /// Chooses target, storage size and extent for an image of that size; called by the loading operations. True when
@@ -98,28 +99,30 @@ public:
 
   /// The texture target in effect.
   OmU32 textureType() const { return m_parameters.textureType(); }
-  /// The size of the storage in texels, padding included.
+  /// The width of the storage in texels, padding included.
   OmU32 width() const { return m_width; }
+  /// The height of the storage in texels, padding included.
   OmU32 height() const { return m_height; }
 
   /// The row order of the uploaded pixels.
   OmImage::Orientation orientation() const { return m_orientation; }
+  /// Says which row comes first in pixels that are handed to load().
   void setOrientation(OmImage::Orientation orientation) { m_orientation = orientation; }
 
   /// Has uploads convert each byte to a float of 0.0 to 255.0.
   void setPerformFloatConversion(bool perform) { m_performFloatConversion = perform; }
 
 protected:
-  mutable OmU32 m_id;
-  mutable OmU32 m_unit;
-  OmTextureParameters m_parameters;
-  OmU32 m_width;
-  OmU32 m_height;
-  bool m_reuse;
-  bool m_padded;
-  bool m_performFloatConversion;
-  float m_texCoords[4];
-  OmImage::Orientation m_orientation;
+  mutable OmU32 m_id;                 ///< GL name; 0 for none
+  mutable OmU32 m_unit;               ///< texture unit, from 0
+  OmTextureParameters m_parameters;   ///< settings in effect
+  OmU32 m_width;                      ///< of the storage, in texels
+  OmU32 m_height;                     ///< of the storage, in texels
+  bool m_reuse;                       ///< the next load has the size of the one before
+  bool m_padded;                      ///< the image is a part of power-of-two storage
+  bool m_performFloatConversion;      ///< uploads convert bytes to floats
+  float m_texCoords[4];               ///< the image's extent, its first row at the second number
+  OmImage::Orientation m_orientation; ///< row order of the uploaded pixels
 
 private:
   /// What a GL name was given storage as; a name without storage has all zeros.

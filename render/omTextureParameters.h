@@ -83,12 +83,15 @@ public:
   OmTextureParameters() = default;
   /// The defaults, with the pixel format of an image (getFormatFromImage()).
   OmTextureParameters(const OmImage& image);
+  /// A copy has all settings of the original, those in effect included.
   OmTextureParameters(const OmTextureParameters&) = default;
+  /// As the copy.
   OmTextureParameters& operator=(const OmTextureParameters&) = default;
   virtual ~OmTextureParameters() = default;
 
   /// Whether all settings agree.
   OmBoolean operator==(const OmTextureParameters& other) const;
+  /// Whether a setting differs.
   OmBoolean operator!=(const OmTextureParameters& other) const { return !(*this == other); }
 
   /// The GL data type of the pixels in memory.
@@ -96,6 +99,7 @@ public:
 
   /// The GL format of the pixels in memory.
   PixelFormat pixelFormat() const { return m_pixelFormat; }
+  /// Sets it; an enumerant of another type chooses the overload for channels.
   void setPixelFormat(PixelFormat format) { m_pixelFormat = format; }
   /// The format for 1 to 4 channels (0 counts as 3), an integer one when the internal format is. A larger count
   /// changes nothing and writes a line of print type 4; so does a plain GL macro, which is no PixelFormat.
@@ -111,17 +115,22 @@ public:
 
   /// The texture environment mode, GL_MODULATE and its like.
   OmU32 applyType() const { return m_applyType; }
+  /// Sets the texture environment mode.
   void setApplyType(unsigned int type) { m_applyType = type; }
 
   /// The wrap mode in both directions. Rectangle textures take clamping modes only.
   OmU32 wrapType() const { return m_wrapType; }
+  /// Sets the wrap mode.
   void setWrapType(unsigned int type) { m_wrapType = type; }
 
-  /// The filters for a picture that is shown smaller, respectively larger, than it is.
+  /// The filter for a picture that is shown smaller than it is.
   OmU32 minFilterType() const { return m_minFilterType; }
+  /// Sets that filter. The library makes no mipmaps: GL_NEAREST or GL_LINEAR.
   void setMinFilterType(unsigned int type) { m_minFilterType = type; }
 
+  /// The filter for a picture that is shown larger than it is.
   OmU32 magFilterType() const { return m_magFilterType; }
+  /// Sets that filter, GL_NEAREST or GL_LINEAR.
   void setMagFilterType(unsigned int type) { m_magFilterType = type; }
 
   /// The texture target in effect: GL_TEXTURE_2D or GL_TEXTURE_RECTANGLE_ARB.
@@ -131,8 +140,9 @@ public:
   /// The target that was asked for; 0 without a preference.
   OmU32 requestedTextureType() const { return m_requestedTextureType; }
 
-  /// Whether the storage holds floats, respectively integers.
+  /// Whether the storage holds floats.
   bool isFloatType() const { return m_isFloatType; }
+  /// Whether the storage holds integers.
   bool isIntegerType() const { return m_isIntegerType; }
 
   /// Takes the data type and the pixel format from an image and checks the internal format against the card again.
@@ -143,17 +153,17 @@ public:
   OmBoolean ApplyParameters() const;
 
 protected:
-  OmU32 m_dataFormat = GL_UNSIGNED_BYTE;
-  PixelFormat m_pixelFormat = NoFormat;
-  PixelFormat m_internalFormat = NoFormat;
-  OmU32 m_applyType = GL_MODULATE;
-  OmU32 m_wrapType = GL_REPEAT;
-  OmU32 m_minFilterType = GL_LINEAR;
-  OmU32 m_magFilterType = GL_LINEAR;
-  OmU32 m_textureType = GL_TEXTURE_2D;
-  OmU32 m_requestedTextureType = 0;
-  bool m_isFloatType = false;
-  bool m_isIntegerType = false;
+  OmU32 m_dataFormat = GL_UNSIGNED_BYTE;   ///< data type of the pixels in memory
+  PixelFormat m_pixelFormat = NoFormat;    ///< format of the pixels in memory
+  PixelFormat m_internalFormat = NoFormat; ///< format of the storage
+  OmU32 m_applyType = GL_MODULATE;         ///< texture environment mode
+  OmU32 m_wrapType = GL_REPEAT;            ///< wrap mode in both directions
+  OmU32 m_minFilterType = GL_LINEAR;       ///< filter for smaller
+  OmU32 m_magFilterType = GL_LINEAR;       ///< filter for larger
+  OmU32 m_textureType = GL_TEXTURE_2D;     ///< target in effect
+  OmU32 m_requestedTextureType = 0;        ///< target asked for; 0 without a preference
+  bool m_isFloatType = false;              ///< the storage holds floats
+  bool m_isIntegerType = false;            ///< the storage holds integers
 };
 
 #endif

@@ -61,15 +61,18 @@ public:
 
   /// The title, as bytes in the encoding that the window system expects.
   virtual void setName(const OmString& name);
+  /// The title.
   virtual const OmString& getName() const;
 
   /// Keeps the window above the others.
   virtual void setTopMost(OmBoolean topMost);
+  /// Whether the window is kept above the others.
   virtual OmBoolean getTopMost() const;
 
   /// Hides or shows the window; one that is hidden when it opens does not appear on the screen at all until it is
   /// shown. closeWindow() clears the flag.
   virtual void setHideWindow(OmBoolean hide);
+  /// Whether the window is hidden.
   virtual OmBoolean getHideWindow() const;
 
   /// Full screen as the back end understands it: no decorations with X11, the whole screen with Qt. Needs a back end;
@@ -103,6 +106,7 @@ public:
   /// Replaces the back end; to be called before init(). The one before is let go of as it is: it closes when nobody
   /// else holds it.
   virtual void setImpl(boost::shared_ptr<Impl> impl);
+  /// The back end; empty before init() and after closeWindow() unless one was set.
   virtual boost::shared_ptr<Impl> getImpl() const;
 
   /// Opens the window and detects what its GL offers (OmGL::init()). True on success and when it is open already. On
@@ -118,17 +122,21 @@ public:
   /// Draws and reads the result back into `image`: the whole window, or the part of it that `block` names.
   virtual OmBoolean renderSceneAndCaptureImage(OmImage& image, OmU32 flags, const OmImageBlock* block) = 0;
 
-  /// The settings as they were stored last, in pixels.
+  /// The size of the drawing area as it was stored last, in pixels.
   void getWindowSize(OmU32& width, OmU32& height) const;
+  /// The screen position as it was stored last, in pixels.
   void getWindowPos(OmU32& x, OmU32& y) const;
+  /// Both.
   void getWindowSizeAndPos(OmU32& width, OmU32& height, OmU32& x, OmU32& y) const;
 
   /// A colour kept for the caller; nothing in the library draws with it.
   void setBackgroundColor(const OmColor& color);
+  /// That colour.
   const OmColor& backgroundColor() const;
 
   /// Chooses the back end of the windows that are initialised from now on, for the whole process.
   static void setImplType(ImplType type);
+  /// The back end that the next window gets.
   static ImplType getImplType();
 
   /// The window made current last; null when there is none, and after any window was closed.
@@ -140,25 +148,33 @@ public:
   /// Whether GL names made while `group` was current are valid now.
   static OmBoolean isShareGroupCurrent(const boost::weak_ptr<const void>& group);
 
-  static ImplType s_ImplType;
-  static OmWindow* m_pCurrentWindow;
+  static ImplType s_ImplType;        ///< what getImplType() gives
+  static OmWindow* m_pCurrentWindow; ///< what getWindow() gives
 
 protected:
-  OmColor m_backgroundColor;
-  OmBoolean m_topMost;
-  OmBoolean m_hideWindow;
-  OmU32 m_x;
-  OmU32 m_y;
-  OmU32 m_width;
-  OmU32 m_height;
-  OmString m_name;
-  OmBoolean m_initialized;
-  boost::shared_ptr<Impl> m_pImpl;
-  mutable boost::weak_ptr<Impl> m_share;
-  mutable OmBoolean m_stereoSupported;
+  OmColor m_backgroundColor;             ///< kept for the caller
+  OmBoolean m_topMost;                   ///< above the others
+  OmBoolean m_hideWindow;                ///< not on the screen
+  OmU32 m_x;                             ///< on the screen, in pixels
+  OmU32 m_y;                             ///< on the screen, in pixels
+  OmU32 m_width;                         ///< of the drawing area, in pixels
+  OmU32 m_height;                        ///< of the drawing area, in pixels
+  OmString m_name;                       ///< title
+  OmBoolean m_initialized;               ///< init() has succeeded
+  boost::shared_ptr<Impl> m_pImpl;       ///< back end
+  mutable boost::weak_ptr<Impl> m_share; ///< the partner's back end
+  mutable OmBoolean m_stereoSupported;   ///< opened with a stereo visual
 };
 
 /// The back end of a window: one native window with its GL context.
+///
+/// \code
+///   OmSimpleWindow window;
+///   window.setImpl(OmWindow::Impl::newImpl()); // what init() does by itself where none was set
+///   if (!window.init())
+///     return 1;
+///   const bool isBound = window.getImpl()->getWindow() == &window;
+/// \endcode
 ///
 /// A back end is made by newImpl(), held by its window and bound to it from init() to closeWindow(). Setters apply to
 /// the native window at once and do nothing while there is none; the window keeps the values for the next opening.
@@ -168,18 +184,27 @@ public:
   class X11;
   class Qt;
 
+  /// A back end without a window.
   Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
   virtual ~Impl();
 
+  /// Sets the title.
   virtual void setName(const OmString& name) = 0;
+  /// Resizes the drawing area, in pixels.
   virtual void setWindowSize(OmU32 width, OmU32 height) = 0;
+  /// Moves the window, in pixels of the screen.
   virtual void setWindowPos(OmU32 x, OmU32 y) = 0;
+  /// Does both.
   virtual void setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y) = 0;
+  /// Keeps the window above the others, or no longer.
   virtual void setTopMost(OmBoolean topMost) = 0;
+  /// Hides or shows the window.
   virtual void setHideWindow(OmBoolean hide) = 0;
+  /// Goes to full screen, or back (OmWindow::setFullScreen()).
   virtual void setFullScreen(OmBoolean fullScreen) = 0;
+  /// Makes the context current on the calling thread.
   virtual void makeCurrent() const = 0;
 
   /// Names the partner whose GL objects the context of the next opening shares. Refused, with a warning of print type
@@ -188,6 +213,7 @@ public:
   /// The partner; empty when there is none any more.
   virtual boost::shared_ptr<Impl> getShare() const;
 
+  /// Shows what was drawn.
   virtual void swapBuffers() const = 0;
 
   /// Binds the back end to a window and opens it: native window and context, capability detection, swap interval 0
@@ -214,8 +240,8 @@ public:
 protected:
   friend class OmWindow;
 
-  OmWindow* m_pWindow;
-  mutable boost::weak_ptr<Impl> m_share;
+  OmWindow* m_pWindow;                          ///< null while the back end is not bound
+  mutable boost::weak_ptr<Impl> m_share;        ///< the partner
   mutable boost::shared_ptr<void> m_shareGroup; ///< held by every open back end of the group
 };
 

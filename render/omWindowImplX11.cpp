@@ -9,6 +9,7 @@
 #include <boost/pointer_cast.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <map>
 #include <mutex>
@@ -45,8 +46,7 @@ struct MotifHints
 
 constexpr unsigned long MotifDecorationsValid = 2;
 
-/// Which thread has made which context current, as far as this back end sees it. A context is current on one thread at
-/// a time; drivers differ in what they do to a second one, up to ending the process.
+/// Which thread made which context current last, as far as this back end sees it.
 class ContextThreads
 {
 public:
@@ -56,7 +56,8 @@ public:
     return threads;
   }
 
-  /// The calling thread gives up the context that it has, for another one or none. False when another thread has that.
+  /// The calling thread gives up the context that it has, for another one or none. False when another thread had that
+  /// and may still have it.
   bool take(GLXContext context)
   {
     thread_local const Release release;
@@ -83,6 +84,24 @@ private:
   std::mutex m_mutex;
   std::map<GLXContext, std::thread::id> m_threads;
 };
+
+/// Makes a context current that another thread may have. False when it has: drivers then refuse by an X error, which
+/// would end the process.
+bool takeOver(Display* display, GLXDrawable drawable, GLXContext context)
+{
+  static std::atomic<bool> refused;
+  refused = false;
+  XErrorHandler const handler = XSetErrorHandler(
+      [](Display*, XErrorEvent*)
+      {
+        refused = true;
+        return 0;
+      });
+  const bool made = glXMakeCurrent(display, drawable, context);
+  XSync(display, False);
+  XSetErrorHandler(handler);
+  return made && !refused;
+}
 
 struct Size
 {
@@ -222,11 +241,12 @@ void OmWindow::Impl::X11::makeCurrent() const
 {
   if (!m_xWindow || (glXGetCurrentContext() == m_context && OmWindow::getWindow() == m_pWindow))
     return;
-  if (!ContextThreads::instance().take(m_context))
+  if (ContextThreads::instance().take(m_context))
+    glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
+  else if (!takeOver(m_pDisplay, m_xWindow, m_context))
     Om::Print::instance().write(4,
                                 "OmWindow::Impl::X11::makeCurrent - The window is current on another thread; open and "
                                 "use each window on one thread.\n");
-  glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
 }
 
 void OmWindow::Impl::X11::swapBuffers() const

@@ -8,6 +8,13 @@
 
 /// The back end that opens a window directly on an X server, with a GLX context.
 ///
+/// \code
+///   OmSimpleWindow window;
+///   window.setImpl(OmWindow::Impl::X11::newImpl()); // this one window, whatever OmWindow::setImplType() says
+///   if (!window.init())
+///     return 1; // the reason has been printed
+/// \endcode
+///
 /// The display is the one that the environment names (DISPLAY). Every back end has a connection of its own, opened with
 /// its first window. Drivers tie shared GL objects to the connections of all contexts that share them, so connections
 /// belong to the share group as well: they are closed when the last window of the group is gone, and a connection that
@@ -15,6 +22,7 @@
 class OM_EXPORT OmWindow::Impl::X11 : public OmWindow::Impl
 {
 public:
+  /// A back end without a connection to a server.
   X11();
   ~X11() override;
 
@@ -40,17 +48,19 @@ public:
   /// of print type 4, when the display has none, and before a display is open.
   virtual OmBoolean chooseVisual();
 
+  /// A new back end of this kind, whatever the process's type is.
   static boost::shared_ptr<OmWindow::Impl> newImpl();
 
-  /// Predicates for XIfEvent: whether the event reports the map, or unmap, of the window whose id is `arg`.
+  /// A predicate for XIfEvent: whether the event reports that the window whose id is `arg` was mapped.
   static Bool waitForMapNotifyX(Display* display, XEvent* event, char* arg);
+  /// The same for a window that was unmapped.
   static Bool waitForUnmapNotifyX(Display* display, XEvent* event, char* arg);
 
 protected:
-  Display* m_pDisplay;
-  XVisualInfo* m_pVisualInfo;
-  GLXContext m_context;
-  Window m_xWindow;
+  Display* m_pDisplay;        ///< the connection; null before the first window
+  XVisualInfo* m_pVisualInfo; ///< the visual; null before it is chosen
+  GLXContext m_context;       ///< null while no window is open
+  Window m_xWindow;           ///< 0 while no window is open
 
 private:
   class Connections;

@@ -2,6 +2,7 @@
 
 #include "image/omImageBlock.h"
 #include "render/omGL.h"
+#include "render/omShader.h"
 #include "render/omTexture.h"
 #include "support/card.h"
 #include "support/pictures.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <thread>
 
 // Real pixels; the build runs these tests on four cards (OM_TEST_CARD).
 namespace
@@ -305,4 +307,25 @@ TEST(omSimpleWindow, TwoTexturesModulateEachOther)
   oddTexture->setUnit(0);
   ASSERT_TRUE(window.setImageBuffer(odd, true));
   EXPECT_EQ(differences(captured(window), odd), 0u);
+}
+
+TEST(omSimpleWindow, LoadingOnAThreadWithoutAContextSaysSo)
+{
+  OmSimpleWindow window;
+  ASSERT_TRUE(window.setImageBuffer(makePicture(3, 8, 8, 1), true));
+  const bool shaders = OmGL::isSupported(OmGL::SupportShaders);
+  const PrintCapture capture;
+  std::thread(
+      [shaders]
+      {
+        OmTexture texture;
+        EXPECT_FALSE(texture.loadFromImage(makePicture(3, 8, 8, 2), OmTextureParameters()));
+        OmShader shader;
+        EXPECT_FALSE(shaders && shader.loadShaderFromString("void main() {}", OmShader::Fragment));
+      })
+      .join();
+  const Messages messages = capture.messages(4);
+  ASSERT_EQ(messages.size(), shaders ? 2u : 1u);
+  for (const auto& message : messages)
+    EXPECT_NE(message.second.find("context is current on this thread"), std::string::npos) << message.second;
 }

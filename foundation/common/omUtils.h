@@ -1,6 +1,14 @@
 #ifndef OM_UTILS_H
 #define OM_UTILS_H
 
+/// \file
+/// Small helpers.
+///
+/// \code
+///   const OmString name = "picture" + OmINT2STRING(7, 10) + ".png"; // picture7.png
+///   OmSLEEPMS(20);
+/// \endcode
+
 #include "foundation/core/omTypes.h"
 
 /// A number as text in the given base, 2 to 36, with a leading minus when it is negative. Another base counts as 10.

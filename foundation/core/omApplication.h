@@ -6,7 +6,14 @@
 namespace Om
 {
 
-/// Where the process finds its files. Set the search path before other threads look for files; nothing is locked.
+/// Where the process finds its files.
+///
+/// \code
+///   Om::Application::addSearchPath("data");
+///   const OmString shader = Om::Application::findFile("edges.frag"); // itself, else data/edges.frag
+/// \endcode
+///
+/// Set the search path before other threads look for files; nothing is locked.
 class OM_EXPORT Application
 {
 public:

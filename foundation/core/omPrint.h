@@ -15,6 +15,15 @@ namespace Om
 
 /// The log of the process: every message of the libraries goes through it.
 ///
+/// \code
+///   Om::Print::instance().setSink([&lines](int type, const std::string& text)
+///                                 { lines += OmINT2STRING(type, 10) + ": " + text; });
+///   Om::Print::instance().write(4, "%s: no such picture\n", name.c_str());
+///   OmImage image;
+///   OmImageReaderWriter::read(image, "missing.png"); // says why it fails, with type 4
+///   Om::Print::instance().setSink({});               // back to standard error
+/// \endcode
+///
 /// A message has a print type, a small number that says what it is: 1 and 2 trace and notice, 3 reports, 4 errors,
 /// 5 warnings, 7 the format of a new window. It goes out when its type is not below the print level. The level starts
 /// at 4, so that errors and warnings show; the environment variable `OM_PRINT_LEVEL` sets another start. At level 1
@@ -25,8 +34,10 @@ namespace Om
 class OM_EXPORT Print
 {
 public:
+  /// What takes the messages in place of standard error (setSink()).
   using Sink = std::function<void(int type, const std::string& text)>;
 
+  /// The one log; it outlives all other objects of the process.
   static Print& instance();
 
   /// Writes one message, formatted as by printf. The text carries its own newline.
@@ -36,9 +47,12 @@ public:
   /// goes out as it is at the thread's next call. The signature names the operation that writes; standard error shows
   /// it in front of the line at print level 0. The stream belongs to the calling thread and serves until its next call.
   std::ostream& ostream(int type, const char* signature);
+  /// The same with a text for a signature.
   std::ostream& ostream(int type, const std::string& signature);
 
+  /// The type from which on messages go out.
   int printLevel() const;
+  /// Sets that type; 0 lets everything out.
   void setPrintLevel(int level);
 
   /// Sends messages to `sink`, each with its type and its text as written, newline included. An empty function
@@ -52,6 +66,7 @@ public:
   public:
     /// Both strings must outlive the object; `second` is written behind the signature and may be empty.
     ScopedPrint(const char* signature, const char* second);
+    /// Writes the line that closes the bracket, where it was opened.
     ~ScopedPrint();
     ScopedPrint(const ScopedPrint&) = delete;
     ScopedPrint& operator=(const ScopedPrint&) = delete;

@@ -1,6 +1,9 @@
 #ifndef OM_TYPES_H
 #define OM_TYPES_H
 
+/// \file
+/// The types of numbers, flags and texts in every interface of the libraries.
+
 #include <cstdint>
 #include <string>
 

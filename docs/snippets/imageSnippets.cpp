@@ -1,0 +1,121 @@
+// The snippets of foundation/ and image/. What lies between two markers is in a header, word for word.
+
+#include "docs/snippets/snippet.h"
+#include "foundation/common/omColor.h"
+#include "foundation/common/omUtils.h"
+#include "foundation/core/omApplication.h"
+#include "foundation/core/omPrint.h"
+#include "image/omImage.h"
+#include "image/omImageReaderWriter.h"
+#include "image/omPixel.h"
+
+#include <chrono>
+#include <fstream>
+
+namespace
+{
+
+void color()
+{
+  // [omColor.h
+  const OmColor amber(1.0, 0.75, 0.0, 1.0);
+  const double green = amber.g();
+  // omColor.h]
+  CHECK(green == 0.75 && amber.r() == 1.0 && amber.b() == 0.0 && amber.a() == 1.0);
+}
+
+void utils()
+{
+  const auto start = std::chrono::steady_clock::now();
+  // [omUtils.h
+  const OmString name = "picture" + OmINT2STRING(7, 10) + ".png"; // picture7.png
+  OmSLEEPMS(20);
+  // omUtils.h]
+  CHECK(name == "picture7.png");
+  CHECK(std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(20));
+}
+
+void application()
+{
+  std::filesystem::create_directory("data");
+  std::ofstream("data/edges.frag") << "\n";
+  // [omApplication.h
+  Om::Application::addSearchPath("data");
+  const OmString shader = Om::Application::findFile("edges.frag"); // itself, else data/edges.frag
+  // omApplication.h]
+  CHECK(shader == "data/edges.frag");
+  std::ofstream("edges.frag") << "\n";
+  CHECK(Om::Application::findFile("edges.frag") == "edges.frag");
+  CHECK(Om::Application::findFile("missing.frag") == "missing.frag");
+}
+
+void print()
+{
+  const OmString name = "photo.jpg";
+  OmString lines;
+  // [omPrint.h
+  Om::Print::instance().setSink([&lines](int type, const std::string& text)
+                                { lines += OmINT2STRING(type, 10) + ": " + text; });
+  Om::Print::instance().write(4, "%s: no such picture\n", name.c_str());
+  OmImage image;
+  OmImageReaderWriter::read(image, "missing.png"); // says why it fails, with type 4
+  Om::Print::instance().setSink({});               // back to standard error
+  // omPrint.h]
+  CHECK(lines == "4: photo.jpg: no such picture\n"
+                 "4: OmImageReaderWriter: cannot read \"missing.png\": No such file or directory\n");
+  Om::Print::instance().write(4, "This line belongs on standard error.\n");
+  CHECK(lines.find("belongs") == OmString::npos);
+}
+
+void image()
+{
+  // [omImage.h
+  OmImage image(3, 640, 480); // RGB, black
+  const std::size_t pixel = std::size_t{20} * image.width() + 10;
+  image.data()[pixel * image.channels()] = 255; // (10, 20) is red
+  image.copyFromOrToFlipped(false);             // a texture is filled from the flipped copy now
+  // omImage.h]
+  const OmU8* const flipped = image.flippedData() + (459u * 640 + 10) * 3;
+  CHECK(image.isFlipped() && flipped[0] == 255 && flipped[1] == 0 && flipped[2] == 0);
+  CHECK(std::count(image.data(), image.data() + image.byteSize(), OmU8(0)) == 640 * 480 * 3 - 1);
+}
+
+int readAndWrite()
+{
+  // [omImageReaderWriter.h
+  OmImage image;
+  if (!OmImageReaderWriter::read(image, "photo.jpg") || !OmImageReaderWriter::write(image, "photo.png"))
+    return 1; // the reason has been printed
+  // omImageReaderWriter.h]
+  OmImage written;
+  CHECK(OmImageReaderWriter::read(written, "photo.png") && isSame(written, image));
+  return 0;
+}
+
+void pixel()
+{
+  // [omPixel.h
+  OmPixel pixel(10, 20);
+  pixel.setX(pixel.x() + 1); // its neighbour on the right
+  // omPixel.h]
+  CHECK(pixel.x() == 11 && pixel.y() == 20);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+  CHECK(argc == 2);
+  const std::filesystem::path photo = std::filesystem::absolute(argv[1]);
+  const Workplace workplace;
+  color();
+  utils();
+  application();
+  print();
+  image();
+  pixel();
+  CHECK(readAndWrite() == 1); // there is no photo.jpg yet
+  std::filesystem::copy_file(photo, "photo.jpg");
+  CHECK(readAndWrite() == 0);
+  return 0;
+}
