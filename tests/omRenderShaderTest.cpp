@@ -1,6 +1,7 @@
 #include "render/omRenderShader.h"
 
 #include "render/omSimpleWindow.h"
+#include "tests/support/vectors.h"
 
 #include <GL/gl.h>
 #include <gtest/gtest.h>
@@ -9,35 +10,11 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <random>
 
 using namespace OmRenderShader;
 
 namespace
 {
-
-using Vector = vecT3<float>;
-
-std::array<float, 3> asArray(const Vector& v)
-{
-  return {v.x, v.y, v.z};
-}
-
-std::mt19937& generator()
-{
-  static std::mt19937 engine(20);
-  return engine;
-}
-
-float uniform(float low, float high)
-{
-  return std::uniform_real_distribution<float>(low, high)(generator());
-}
-
-int pick(int count)
-{
-  return std::uniform_int_distribution<int>(0, count - 1)(generator());
-}
 
 matT4<float> product(const matT4<float>& a, const matT4<float>& b)
 {

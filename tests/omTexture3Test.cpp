@@ -1,6 +1,6 @@
 #include "render/omRenderShader.h"
-#include "render/omTexture3Kernel.h"
 #include "render/omTexture3Vectors.h"
+#include "tests/support/vectors.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -12,7 +12,6 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -21,14 +20,8 @@ using namespace OmRenderShader;
 namespace
 {
 
-using Vector = vecT3<float>;
 constexpr float Infinity = std::numeric_limits<float>::infinity();
 constexpr float NaN = std::numeric_limits<float>::quiet_NaN();
-
-std::array<float, 3> asArray(const Vector& v)
-{
-  return {v.x, v.y, v.z};
-}
 
 /// The bits, so that zeros differ by sign and a NaN equals itself.
 std::array<std::uint32_t, 3> bits(const Vector& v)
@@ -36,22 +29,6 @@ std::array<std::uint32_t, 3> bits(const Vector& v)
   std::array<std::uint32_t, 3> result;
   std::memcpy(result.data(), &v, sizeof v);
   return result;
-}
-
-std::mt19937& generator()
-{
-  static std::mt19937 engine(20);
-  return engine;
-}
-
-float uniform(float low, float high)
-{
-  return std::uniform_real_distribution<float>(low, high)(generator());
-}
-
-int pick(int count)
-{
-  return std::uniform_int_distribution<int>(0, count - 1)(generator());
 }
 
 /// A float of any exponent: zeros, denormals, infinities and NaN of any payload included.

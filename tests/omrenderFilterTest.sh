@@ -1,20 +1,9 @@
 #!/usr/bin/env bash
 # omrenderFilterTest.sh OMRENDER OMDEMO REFERENCE: filters pictures as a user does, on the display in DISPLAY.
-set -uo pipefail
-
-omrender=$(realpath "$1")
-omdemo=$(realpath "$2")
+# shellcheck source=tests/support/programTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/support/programTest.sh"
 reference=$(realpath "$3")
-fixtures=$(realpath "$(dirname "${BASH_SOURCE[0]}")/fixtures")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
-failures=0
-
-wrong() {
-  echo "FAILED: $*" >&2
-  failures=$((failures + 1))
-}
 
 # filters FILTER PICTURE OPTION...: the picture comes out as the reference computes it.
 filters() {
@@ -24,17 +13,6 @@ filters() {
   "$omrender" filter --shader "$filter" "$picture" --out out.png "$@" >stdout 2>stderr && [[ ! -s stderr ]] ||
     wrong "$filter $picture: $(cat stderr)"
   "$reference" "$filter" "$picture" out.png table.png >stdout 2>&1 || wrong "$filter $picture $*: $(cat stdout)"
-}
-
-# refuses STATUS WORDS ARGUMENT...: ends with that status, one line that holds the words, and no file.
-refuses() {
-  local status=$1 words=$2 got=0
-  shift 2
-  rm -rf out out.png
-  "$omrender" filter "$@" >stdout 2>stderr || got=$?
-  [[ $got == "$status" ]] || wrong "filter $*: status $got, not $status"
-  [[ $(wc -l <stderr) == 1 && $(cat stderr) == "omrender: "*"$words"* ]] || wrong "filter $*: said $(cat stderr)"
-  [[ -z $(find . -path './out*' -type f -o -name '*.tmp') ]] || wrong "filter $*: left a file"
 }
 
 "$omdemo" chart chart.png || wrong "chart"
@@ -100,29 +78,29 @@ mkdir -p twice
 cp chart.png twice/chart.jpg
 touch file
 o=(--out out.png)
-refuses 1 'bad.frag": 0:4' --shader bad.frag short.png "${o[@]}"
-refuses 1 "unlinked.frag" --shader unlinked.frag short.png "${o[@]}"
-refuses 1 '"nosuch"' --shader nosuch chart.png "${o[@]}"
-refuses 1 '"radios"' --shader blur --set radios=3 short.png "${o[@]}"
-refuses 1 '"radius"' --shader blur --set radius=1,2 short.png "${o[@]}"
-refuses 1 '"radius"' --shader blur --set radius=i2 short.png "${o[@]}"
-refuses 1 "itself" --shader blur --set pass=i2 short.png "${o[@]}"
-refuses 1 '"lut"' --shader blur --texture lut=table.png short.png "${o[@]}"
-refuses 1 '--texture lut=FILE' --shader lut chart.png "${o[@]}"
-refuses 1 "short.png" --shader lut --texture lut=short.png chart.png "${o[@]}"
-refuses 1 "nowhere" --shader blur short.png --out nowhere/out.png
-refuses 1 "file" --shader blur chart.png --out-dir file
-refuses 1 "regular file" --shader blur chart.png --out /dev/full
-refuses 1 "both be written" --shader blur --out-dir out chart.png twice/chart.jpg
-refuses 1 "itself" --shader blur --out-dir . chart.png
-refuses 1 "99999 x 1" --shader blur --size 99999x1 chart.png "${o[@]}"
-MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" --shader blur --float chart.png "${o[@]}"
-MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" --shader blur chart.png "${o[@]}"
-refuses 2 "--out" --shader blur chart.png table.png "${o[@]}"
+refuses 1 'bad.frag": 0:4' filter --shader bad.frag short.png "${o[@]}"
+refuses 1 "unlinked.frag" filter --shader unlinked.frag short.png "${o[@]}"
+refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
+refuses 1 '"radios"' filter --shader blur --set radios=3 short.png "${o[@]}"
+refuses 1 '"radius"' filter --shader blur --set radius=1,2 short.png "${o[@]}"
+refuses 1 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
+refuses 1 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
+refuses 1 '"lut"' filter --shader blur --texture lut=table.png short.png "${o[@]}"
+refuses 1 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
+refuses 1 "short.png" filter --shader lut --texture lut=short.png chart.png "${o[@]}"
+refuses 1 "nowhere" filter --shader blur short.png --out nowhere/out.png
+refuses 1 "file" filter --shader blur chart.png --out-dir file
+refuses 1 "regular file" filter --shader blur chart.png --out /dev/full
+refuses 1 "both be written" filter --shader blur --out-dir out chart.png twice/chart.jpg
+refuses 1 "itself" filter --shader blur --out-dir . chart.png
+refuses 1 "99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[@]}"
+MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" filter --shader blur --float chart.png "${o[@]}"
+MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" filter --shader blur chart.png "${o[@]}"
+refuses 2 "--out" filter --shader blur chart.png table.png "${o[@]}"
 for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,2,3,4" "--set radius=3x" "--passes 0" "--size 0x3" \
   "--texture lut" "--unknown"; do
   # shellcheck disable=SC2086
-  refuses 2 "${option%% *}" --shader blur chart.png "${o[@]}" $option
+  refuses 2 "${option%% *}" filter --shader blur chart.png "${o[@]}" $option
 done
 
 [[ $failures == 0 ]]

@@ -1,20 +1,10 @@
 #!/usr/bin/env bash
 # omrenderManualTest.sh OMRENDER OMDEMO: the manual page and the completion against the program, on the display in
 # DISPLAY, with a window manager.
-set -uo pipefail
-
-omrender=$(realpath "$1")
-omdemo=$(realpath "$2")
+# shellcheck source=tests/support/programTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/support/programTest.sh"
 tools=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../tools")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
-failures=0
-
-wrong() {
-  echo "FAILED: $*" >&2
-  failures=$((failures + 1))
-}
 
 # What a section of the manual describes: its lines that begin with the macro.
 described() {

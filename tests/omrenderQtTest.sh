@@ -1,20 +1,10 @@
 #!/usr/bin/env bash
 # omrenderQtTest.sh OMRENDER OMDEMO: uses the Qt window as a user does, on a display with a window manager.
-set -uo pipefail
-
-omrender=$(realpath "$1")
-omdemo=$(realpath "$2")
-fixtures=$(realpath "$(dirname "${BASH_SOURCE[0]}")/fixtures")
-work=$(mktemp -d)
+# shellcheck source=tests/support/programTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/support/programTest.sh"
 viewer=
 trap 'kill $viewer 2>/dev/null; rm -rf "$work"' EXIT
 cd "$work" || exit 1
-failures=0
-
-wrong() {
-  echo "FAILED: $*" >&2
-  failures=$((failures + 1))
-}
 
 # eventually WHAT COMMAND...: the command succeeds within ten seconds.
 eventually() {
@@ -25,15 +15,6 @@ eventually() {
     sleep 0.05
   done
   wrong "$what"
-}
-
-# refuses WORDS ARGUMENT...: `show --backend qt` ends with status 1 and one line that holds the words.
-refuses() {
-  local words=$1 got=0
-  shift
-  timeout 20 "$omrender" show --backend qt "$@" >stdout 2>stderr || got=$?
-  [[ $got == 1 ]] || wrong "omrender $*: status $got"
-  [[ $(wc -l <stderr) == 1 && $(cat stderr) == "omrender: "*"$words"* ]] || wrong "omrender $*: said $(cat stderr)"
 }
 
 # starts FILE...: shows the files and waits for the window to take keys.
@@ -73,7 +54,7 @@ drawn() {
 cp "$fixtures/rgb.png" small.png
 
 if [[ $("$omrender" show --backend qt chart.png --seconds 0 2>&1) == *"without Qt"* ]]; then
-  refuses "built without Qt" chart.png
+  refuses 1 "built without Qt" show --backend qt chart.png
   [[ $failures == 0 ]]
   exit
 fi
@@ -121,9 +102,9 @@ rm small.png
 xdotool key Right
 ends 1
 [[ $(cat stderr) == "omrender: "*small.png* && $(wc -l <stderr) == 1 ]] || wrong "a lost picture: $(cat stderr)"
-QT_QPA_PLATFORM=none refuses "platform plugin" chart.png
-QT_XCB_GL_INTEGRATION=none refuses "no OpenGL" chart.png
-DISPLAY=:9999 refuses 'display ":9999": Cannot open display' chart.png
-refuses "outside the window" --capture out.png --block 641,0,1,1 chart.png
+QT_QPA_PLATFORM=none refuses 1 "platform plugin" show --backend qt chart.png
+QT_XCB_GL_INTEGRATION=none refuses 1 "no OpenGL" show --backend qt chart.png
+DISPLAY=:9999 refuses 1 'display ":9999": Cannot open display' show --backend qt chart.png
+refuses 1 "outside the window" show --backend qt --capture out.png --block 641,0,1,1 chart.png
 
 [[ $failures == 0 ]]

@@ -1,19 +1,8 @@
 #!/usr/bin/env bash
 # omrenderTest.sh OMRENDER OMDEMO: runs the program as a user does, on the display in DISPLAY.
-set -uo pipefail
-
-omrender=$(realpath "$1")
-omdemo=$(realpath "$2")
-fixtures=$(realpath "$(dirname "${BASH_SOURCE[0]}")/fixtures")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+# shellcheck source=tests/support/programTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/support/programTest.sh"
 cd "$work" || exit 1
-failures=0
-
-wrong() {
-  echo "FAILED: $*" >&2
-  failures=$((failures + 1))
-}
 
 # shows PICTURE BLOCK: what the window shows, or the block of it, is the picture. An empty block is the whole window.
 shows() {
@@ -21,17 +10,6 @@ shows() {
   "$omrender" show "$1" --seconds 0 --capture out.png ${2:+--block "$2"} >stdout 2>stderr || wrong "show $1 $2: $(cat stderr)"
   [[ ! -s stderr ]] || wrong "show $1 $2 wrote: $(cat stderr)"
   "$omdemo" compare "$1" out.png ${2:+"$2"} >stdout || wrong "show $1 $2: $(cat stdout)"
-}
-
-# refuses STATUS WORDS ARGUMENT...: ends with that status, one line that holds the words, and no file.
-refuses() {
-  local status=$1 words=$2 got=0
-  shift 2
-  rm -f out.png
-  "$omrender" "$@" >stdout 2>stderr || got=$?
-  [[ $got == "$status" ]] || wrong "omrender $*: status $got, not $status"
-  [[ $(wc -l <stderr) == 1 && $(cat stderr) == "omrender: "*"$words"* ]] || wrong "omrender $*: said $(cat stderr)"
-  [[ -z $(find . -name out.png -o -name '*.tmp') ]] || wrong "omrender $*: left a file"
 }
 
 # A grey PNG with an 8-bit zero for every pixel: blank FILE WIDTH HEIGHT

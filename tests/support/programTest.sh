@@ -1,0 +1,29 @@
+# shellcheck shell=bash
+# Sourced by the tests of omrender, which are called with OMRENDER OMDEMO …: a scratch directory to be in, and how to
+# fail. They end with [[ $failures == 0 ]].
+set -uo pipefail
+
+omrender=$(realpath "$1")
+# shellcheck disable=SC2034
+omdemo=$(realpath "$2")
+# shellcheck disable=SC2034
+fixtures=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../fixtures")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+wrong() {
+  echo "FAILED: $*" >&2
+  failures=$((failures + 1))
+}
+
+# refuses STATUS WORDS ARGUMENT...: ends with that status, one line that holds the words, and no file.
+refuses() {
+  local status=$1 words=$2 got=0
+  shift 2
+  rm -rf out out.png
+  timeout 60 "$omrender" "$@" >stdout 2>stderr || got=$?
+  [[ $got == "$status" ]] || wrong "omrender $*: status $got, not $status"
+  [[ $(wc -l <stderr) == 1 && $(cat stderr) == "omrender: "*"$words"* ]] || wrong "omrender $*: said $(cat stderr)"
+  [[ -z $(find . -path './out*' -type f -o -name '*.tmp') ]] || wrong "omrender $*: left a file"
+}
