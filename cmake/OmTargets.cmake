@@ -30,6 +30,7 @@ endif()
 function(om_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(omRender::${name} ALIAS ${name}) # as an installed package has it
   target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:omFlags>)
   if(NOT OM_SANITIZE) # the sanitizer runtimes come with the program

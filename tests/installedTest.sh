@@ -79,6 +79,18 @@ check "both components" consumer "Render Image" omRender
 check "unknown component" refuses consumer Sound omRender
 check "other version" refuses consumer Render omRender 4
 
+mkdir whole
+cat >whole/CMakeLists.txt <<END
+cmake_minimum_required(VERSION 3.25)
+project(whole LANGUAGES CXX)
+set(OM_BUILD_TOOLS OFF)
+add_subdirectory($source omRender)
+add_executable(consumer $work/consumer/main.cpp)
+target_link_libraries(consumer PRIVATE omRender::omImage)
+END
+check "source tree in another one" cmake -S whole -B whole/build
+check "its targets" cmake --build whole/build --target consumer
+
 # Every header by itself, and all of them in both orders in one program.
 with_qt=$(pkg-config --cflags --libs omRender Qt5OpenGL 2>/dev/null || echo "$flags $libs")
 mapfile -t headers < <(cd "$prefix"/include/* && find . -name '*.h' | sed 's,^\./,,' | sort)
