@@ -76,8 +76,8 @@ protected:
   bool m_initialized;      ///< init() has attached a texture
 
 private:
-  void attachDepthBuffer();
-  OmBoolean attachColor(const OmTexture& texture, unsigned int index, GLuint name) const;
+  OM_INTERNAL void attachDepthBuffer();
+  OM_INTERNAL OmBoolean attachColor(const OmTexture& texture, unsigned int index, GLuint name) const;
 
   boost::weak_ptr<const void> m_shareGroup; ///< where the names live
 };

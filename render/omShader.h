@@ -87,8 +87,8 @@ protected:
   OmBoolean m_initialized;        ///< shaders are there
 
 private:
-  GLhandleARB* shaderOf(ShaderType type);
-  void detachAll() const;
+  OM_INTERNAL GLhandleARB* shaderOf(ShaderType type);
+  OM_INTERNAL void detachAll() const;
 };
 
 #endif

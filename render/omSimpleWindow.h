@@ -81,7 +81,7 @@ protected:
   boost::shared_ptr<OmTexture> m_pTexture; ///< the picture; it may be shared with the caller
 
 private:
-  void setViewport() const;
+  OM_INTERNAL void setViewport() const;
 };
 
 #endif

@@ -132,15 +132,15 @@ private:
     OmU32 format = 0;
     OmU32 width = 0;
     OmU32 height = 0;
-    bool operator==(const Storage& other) const;
+    OM_INTERNAL bool operator==(const Storage& other) const;
   };
 
-  void ensureName(const char* signature);
-  void matchNameToTarget(const char* signature);
-  void uploadFloats(const OmU8* data, OmU32 size);
-  bool isLargeEnough(OmU32 size) const;
-  bool bindForDrawing() const;
-  void enableAlone() const;
+  OM_INTERNAL void ensureName(const char* signature);
+  OM_INTERNAL void matchNameToTarget(const char* signature);
+  OM_INTERNAL void uploadFloats(const OmU8* data, OmU32 size);
+  OM_INTERNAL bool isLargeEnough(OmU32 size) const;
+  OM_INTERNAL bool bindForDrawing() const;
+  OM_INTERNAL void enableAlone() const;
 
   boost::weak_ptr<const void> m_shareGroup; ///< where m_id lives
   Storage m_storage;

@@ -133,11 +133,11 @@ protected:
   ::Qt::WindowFlags m_windowFlags; ///< for widgets that are made here
 
 private:
-  void makeWidget();
-  void placeHidden() const;
-  void joinShareGroup();
-  void reportFormat() const;
-  boost::shared_ptr<Qt> sharePartner() const;
+  OM_INTERNAL void makeWidget();
+  OM_INTERNAL void placeHidden() const;
+  OM_INTERNAL void joinShareGroup();
+  OM_INTERNAL void reportFormat() const;
+  OM_INTERNAL boost::shared_ptr<Qt> sharePartner() const;
 };
 
 #endif

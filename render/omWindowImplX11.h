@@ -65,16 +65,16 @@ protected:
 private:
   class Connections;
 
-  bool isSizeHeld() const;
-  bool openDisplay();
-  bool createContext();
-  bool createWindow();
-  void mapWindow();
-  void unmapWindow();
-  void destroyContext();
-  void handleConfigure();
-  boost::shared_ptr<X11> sharePartner() const;
-  Connections& connections() const;
+  OM_INTERNAL bool isSizeHeld() const;
+  OM_INTERNAL bool openDisplay();
+  OM_INTERNAL bool createContext();
+  OM_INTERNAL bool createWindow();
+  OM_INTERNAL void mapWindow();
+  OM_INTERNAL void unmapWindow();
+  OM_INTERNAL void destroyContext();
+  OM_INTERNAL void handleConfigure();
+  OM_INTERNAL boost::shared_ptr<X11> sharePartner() const;
+  OM_INTERNAL Connections& connections() const;
 
   Colormap m_colormap;
   boost::shared_ptr<Display> m_connection; ///< what m_pDisplay points to; the share group holds it too

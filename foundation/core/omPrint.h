@@ -77,10 +77,10 @@ public:
   };
 
 private:
-  Print();
+  OM_INTERNAL Print();
   ~Print() = default;
 
-  void send(int type, const char* signature, const std::string& text);
+  OM_INTERNAL void send(int type, const char* signature, const std::string& text);
 
   friend class LineBuffer;
 
