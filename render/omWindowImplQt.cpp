@@ -31,11 +31,12 @@ QString title(const OmString& name)
 }
 
 /// Pixels of the screen in the widget's own ones, which are larger where Qt scales (QT_SCALE_FACTOR). Rounded up, so
-/// that the size which a widget reports is the size that it keeps.
+/// that the size which a widget reports is the size that it keeps. Positions left of or above the screen arrive here as
+/// large unsigned numbers.
 int inWidgetPixels(const QWidget& widget, OmU32 pixels)
 {
   constexpr double RoundingError = 1e-6;
-  return static_cast<int>(std::ceil(pixels / widget.devicePixelRatioF() - RoundingError));
+  return static_cast<int>(std::ceil(static_cast<int>(pixels) / widget.devicePixelRatioF() - RoundingError));
 }
 
 } // namespace
@@ -83,18 +84,14 @@ void OmQGLWidget::closeEvent(QCloseEvent* event)
 
 void OmQGLWidget::resizeEvent(QResizeEvent* event)
 {
-  const QPointer<OmQGLWidget> self(this); // a receiver may close the window
   Q_EMIT signalWindowResize(event->size().width(), event->size().height());
-  if (self)
-    QGLWidget::resizeEvent(event);
+  QGLWidget::resizeEvent(event);
 }
 
 void OmQGLWidget::showEvent(QShowEvent* event)
 {
-  const QPointer<OmQGLWidget> self(this); // a receiver may close the window
   Q_EMIT signalWindowHide(!isVisible());
-  if (self)
-    QWidget::showEvent(event);
+  QWidget::showEvent(event);
 }
 
 OmWindow::Impl::Qt::Qt() : m_ownsWidget(true)
@@ -143,7 +140,10 @@ void OmWindow::Impl::Qt::setWindowSize(OmU32 width, OmU32 height)
 {
   if (!m_pWidget)
     return;
-  m_pWidget->resize(inWidgetPixels(*m_pWidget, width), inWidgetPixels(*m_pWidget, height));
+  const QSize size(inWidgetPixels(*m_pWidget, width), inWidgetPixels(*m_pWidget, height));
+  if (size == m_pWidget->size())
+    return; // as when the widget has reported it while it is being shown
+  m_pWidget->resize(size);
   placeHidden();
 }
 
@@ -192,7 +192,12 @@ void OmWindow::Impl::Qt::setFullScreen(OmBoolean fullScreen)
 void OmWindow::Impl::Qt::makeCurrent() const
 {
   if (m_pWidget)
+  {
+    // Qt destroys the native window of a widget that its user closes, and makes no context current without one.
+    if (QWindow* const native = m_pWidget->windowHandle(); native && !native->handle())
+      native->create();
     m_pWidget->makeCurrent();
+  }
   else
     m_shareGroup.reset(); // Qt has deleted the widget: its GL names are not those of whatever context is current
 }
@@ -257,6 +262,7 @@ OmBoolean OmWindow::Impl::Qt::openWindow()
     m_pWidget->setWindowFlags(::Qt::WindowStaysOnTopHint);
   m_pWidget->setVisible(!m_pWindow->getHideWindow());
   m_pWidget->makeCurrent();
+  resizeGL(); // Qt makes new contexts current on a window of its own first
   if (Om::Print::instance().printLevel() <= 1)
     reportFormat();
   return true;
@@ -292,8 +298,13 @@ void OmWindow::Impl::Qt::placeHidden() const
 {
   // Qt tells the native window where a hidden widget is only when it is shown, and takes the size with which that
   // window was made, once its event arrives, for the widget's.
-  if (m_pWidget->isWindow() && !m_pWidget->isVisible() && m_pWidget->windowHandle())
-    m_pWidget->windowHandle()->setGeometry(m_pWidget->geometry());
+  QWindow* const native = m_pWidget->windowHandle();
+  if (!native || m_pWidget->isVisible())
+    return;
+  if (m_pWidget->isWindow())
+    native->setGeometry(m_pWidget->geometry());
+  else
+    native->resize(m_pWidget->size());
 }
 
 void OmWindow::Impl::Qt::joinShareGroup()

@@ -51,7 +51,8 @@ public:
   ~OmQGLWidget() override;
 
 Q_SIGNALS:
-  /// The widget is about to close.
+  /// The widget is about to close. A receiver may close the window; those of the other signals leave that to a queued
+  /// connection, as Qt goes on with the widget after them.
   void signalWindowClose();
   /// The widget has a new size, in Qt's pixels (QWidget::size()); the window and the viewport follow after the signal,
   /// in pixels of the screen.

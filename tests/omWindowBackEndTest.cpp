@@ -13,6 +13,8 @@
 #include <X11/Xutil.h> // after the test framework and Qt, whose names its macros would replace
 #include <boost/make_shared.hpp>
 
+#include <array>
+
 // What every back end has to do, on each of them, on a display that shows nothing else.
 namespace
 {
@@ -113,12 +115,50 @@ TEST_P(OmWindowBackEnd, WindowsFollowTheirSettings)
       {"10x11+12+13 hidden", [](OmWindow& w) { w.setHideWindow(true), w.init(); }},
       {"70x80+12+13 hidden", [](OmWindow& w) { w.setWindowSize(70, 80); }},
       {"70x80+12+13 shown", [](OmWindow& w) { w.setHideWindow(false); }},
+      {"70x80+-5+-6 shown", [](OmWindow& w) { w.setWindowPos(OmU32(-5), OmU32(-6), true); }},
   };
   for (const auto& [expected, step] : steps)
   {
     step(window);
     EXPECT_TRUE(eventually([&, wanted = expected] { return look(window) == wanted; }))
         << look(window) << " instead of " << expected;
+  }
+}
+
+TEST_P(OmWindowBackEnd, AWindowThatFilledTheScreenComesBackToItsPlace)
+{
+  OmSimpleWindow window;
+  window.setWindowSizeAndPos(160, 140, 100, 120);
+  ASSERT_TRUE(window.init());
+  const std::string before = "160x140+100+120 shown";
+  EXPECT_TRUE(eventually([&] { return look(window) == before; })) << look(window);
+  const auto hasSettled = [&, state = look(window), since = QElapsedTimer()]() mutable
+  {
+    if (!since.isValid() || state != look(window))
+      since.start();
+    state = look(window);
+    return since.elapsed() > 200;
+  };
+  for (const auto step : {+[](OmWindow& w) { w.setFullScreen(true); }, +[](OmWindow& w) { w.setHideWindow(true); },
+                          +[](OmWindow& w) { w.setHideWindow(false); }, +[](OmWindow& w) { w.setFullScreen(false); }})
+  {
+    step(window);
+    eventually(hasSettled);
+  }
+  EXPECT_EQ(look(window), before);
+}
+
+TEST_P(OmWindowBackEnd, HiddenWindowsDrawOverTheirWholeArea)
+{
+  OmSimpleWindow window;
+  window.setHideWindow(true);
+  for (const auto& [width, height] : {std::pair(61u, 47u), {200u, 150u}})
+  {
+    ASSERT_TRUE(window.setImageBuffer(makePicture(3, width, height, 1), true));
+    std::array<GLint, 4> viewport = {};
+    glGetIntegerv(GL_VIEWPORT, viewport.data());
+    EXPECT_EQ(viewport, (std::array<GLint, 4>{0, 0, GLint(width), GLint(height)}));
+    window.closeWindow(); // and open again
   }
 }
 

@@ -10,6 +10,7 @@
 #include <QElapsedTimer>
 #include <QMetaMethod>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 #include <GL/glx.h> // after the test framework and Qt, whose names Xlib's macros would replace
@@ -263,6 +264,24 @@ TEST_F(OmWindowImplQt, EventsReachTheWindowInOrderAndEveryPaintSwapsOnce)
       paints += (paints.empty() ? "" : "; ") + paint;
     EXPECT_EQ(takeCalls(), paints) << "nothing but paints";
   }
+}
+
+TEST_F(OmWindowImplQt, AWindowThatItsUserClosedIsDrawnAndShownAgain)
+{
+  OmSimpleWindow window;
+  OmSimpleWindow other;
+  const OmImage pictures[] = {makePicture(3, 60, 40, 1), makePicture(3, 60, 40, 2), makePicture(3, 60, 40, 3)};
+  ASSERT_TRUE(window.setImageBuffer(pictures[0], true) && other.setImageBuffer(pictures[1], true));
+  processEvents();
+  qt(window).getWidget()->windowHandle()->close(); // what Qt does for the button in the title bar
+  processEvents();
+  other.makeCurrent();
+  ASSERT_TRUE(window.setImageBuffer(pictures[2], true));
+  EXPECT_TRUE(draws(other, pictures[1]));
+  EXPECT_TRUE(draws(window, pictures[2]));
+  window.setHideWindow(false);
+  processEvents();
+  EXPECT_TRUE(draws(window, pictures[2]));
 }
 
 TEST_F(OmWindowImplQt, StereoFormatsAreTakenAndFormatsReportedAtLevelOne)
