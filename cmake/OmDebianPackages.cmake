@@ -10,7 +10,7 @@ add_custom_command(OUTPUT changelog.gz changelog.Debian.gz
   COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/CHANGELOG.md > changelog.gz
   COMMAND gzip -9nc changelog > changelog.Debian.gz
   DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${CMAKE_CURRENT_BINARY_DIR}/changelog VERBATIM)
-add_custom_target(changelogs ALL DEPENDS changelog.gz changelog.Debian.gz)
+add_custom_target(omChangelogs ALL DEPENDS changelog.gz changelog.Debian.gz)
 
 # packages_of(VARIABLE FLAGS HEADERS...): the Debian packages of the headers that those include, the compiler's and the C
 # library's aside.

@@ -2,6 +2,12 @@
 
 include(CMakePackageConfigHelpers)
 
+foreach(directory IN ITEMS BINDIR DATADIR INCLUDEDIR LIBDIR)
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${directory}})
+    message(FATAL_ERROR "CMAKE_INSTALL_${directory} has to be relative: an installation can be moved")
+  endif()
+endforeach()
+
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/omRender-${PROJECT_VERSION_MAJOR})
 install(EXPORT omRenderTargets NAMESPACE omRender:: DESTINATION ${package_directory} COMPONENT development)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/omRenderConfig.cmake.in omRenderConfig.cmake

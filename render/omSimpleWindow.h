@@ -45,7 +45,7 @@ public:
   /// dithering, black background), clears and swaps.
   OmBoolean init() override;
   /// Clears, draws the picture over the whole drawing area and swaps when `swap` is true. False when the window does
-  /// not open or has no texture.
+  /// not open; without a picture the area is black, and that is true.
   OmBoolean renderScene(OmBoolean swap) override;
   /// Sizes the window to the image, opens it where needed, uploads the image into the window's texture and draws it;
   /// swaps when `swap` is true. False when the window does not open or the upload is refused.

@@ -43,7 +43,8 @@ public:
   virtual OmBoolean loadFromFile(const OmString& fileName, const OmTextureParameters& params,
                                  OmImage::Orientation orientation);
   /// Uploads an image, its flipped copy where that is in use. Parameters left at their defaults select GL_NEAREST
-  /// filters. An image without pixels gives an empty texture of its size. False as for load().
+  /// filters. An image without pixels gives an empty texture of its size. False as for load(). Of more than 4 channels
+  /// GL knows no image: a line of print type 4 says so, and the bytes are taken for RGB.
   virtual OmBoolean loadFromImage(const OmImage& image, const OmTextureParameters& params);
   /// Makes an empty texture to render into; its rows count as bottom row first. `width` and `height` in texels. False
   /// as for load().
@@ -125,7 +126,7 @@ protected:
   OmImage::Orientation m_orientation; ///< row order of the uploaded pixels
 
 private:
-  /// What a GL name was given storage as; a name without storage has all zeros.
+  // What a GL name was given storage as; a name without storage has all zeros.
   struct Storage
   {
     OmU32 target = 0;

@@ -1,5 +1,6 @@
 #include "render/omWindowImplX11.h"
 
+#include "foundation/common/omUtils.h"
 #include "foundation/core/omPrint.h"
 #include "render/omVersion.h"
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <iterator>
 #include <map>
 #include <mutex>
@@ -84,6 +86,21 @@ private:
   std::mutex m_mutex;
   std::map<GLXContext, std::thread::id> m_threads;
 };
+
+/// A server that resets itself after its last client, as Xvfb does unless it is told not to, takes none for a moment.
+Display* openDisplayPatiently()
+{
+  constexpr int Tries = 20;
+  constexpr unsigned int PauseMs = 25;
+  const char* const name = std::getenv("DISPLAY");
+  for (int tries = 1;; ++tries)
+  {
+    Display* const display = XOpenDisplay(nullptr);
+    if (display || !name || !*name || tries == Tries)
+      return display;
+    OmSLEEPMS(PauseMs);
+  }
+}
 
 /// Makes a context current that another thread may have. False when it has: drivers then refuse by an X error, which
 /// would end the process.
@@ -302,7 +319,7 @@ bool OmWindow::Impl::X11::openDisplay()
       m_connection = partner->connections().findIdle();
     if (m_connection)
       XSync(m_connection.get(), True); // drops the events of the window that used it before
-    else if (Display* display = XOpenDisplay(nullptr))
+    else if (Display* display = openDisplayPatiently())
       m_connection.reset(display, XCloseDisplay);
     m_pDisplay = m_connection.get();
   }

@@ -15,10 +15,11 @@
 ///     return 1; // the reason has been printed
 /// \endcode
 ///
-/// The display is the one that the environment names (DISPLAY). Every back end has a connection of its own, opened with
-/// its first window. Drivers tie shared GL objects to the connections of all contexts that share them, so connections
-/// belong to the share group as well: they are closed when the last window of the group is gone, and a connection that
-/// a closed window left behind serves the group's next one.
+/// The display is the one that the environment names (DISPLAY); a server that takes no client is tried for half a
+/// second. Every back end has a connection of its own, opened with its first window. Drivers tie shared GL objects to
+/// the connections of all contexts that share them, so connections belong to the share group as well: they are closed
+/// when the last window of the group is gone, and a connection that a closed window left behind serves the group's next
+/// one.
 class OM_EXPORT OmWindow::Impl::X11 : public OmWindow::Impl
 {
 public:

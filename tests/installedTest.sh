@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # installedTest.sh SOURCE_DIR BUILD_DIR: installs the build, moves it, and uses it as other programs do: by CMake, by
-# pkg-config and by name, with every header, and the exported pointers, which bear the names of functions of the GL
+# pkg-config and by name, on the display in DISPLAY, with every header, and the exported pointers, which bear the names of functions of the GL
 # library, in every way that decides which of the two a name means.
 set -uo pipefail
 
@@ -31,6 +31,7 @@ PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name omRender.pc)")
 libraries=$(dirname "$PKG_CONFIG_PATH")
 export PKG_CONFIG_PATH
 unset CPATH CPLUS_INCLUDE_PATH LIBRARY_PATH
+[[ -z $(find "$prefix" -name omWindowImplQt.h) ]] || with_qt=ON
 flags=$(pkg-config --cflags omRender)
 libs=$(pkg-config --libs omRender)
 check "installed program" "$prefix/bin/omrender" filter --shader edges rgb.png --out filtered.png
@@ -49,7 +50,7 @@ for example in examples/*.cpp; do
   name=$(basename "$example" .cpp)
   packages=omRender
   if [[ $name == qt* ]]; then
-    [[ -e $(find "$prefix" -name omWindowImplQt.h) ]] || continue
+    [[ ${with_qt:-} ]] || continue
     packages+=" Qt5OpenGL"
   fi
   # shellcheck disable=SC2046,SC2086
@@ -83,7 +84,7 @@ mkdir whole
 cat >whole/CMakeLists.txt <<END
 cmake_minimum_required(VERSION 3.25)
 project(whole LANGUAGES CXX)
-set(OM_BUILD_TOOLS OFF)
+set(OM_RENDER_QT ${with_qt:-OFF})
 add_subdirectory($source omRender)
 add_executable(consumer $work/consumer/main.cpp)
 target_link_libraries(consumer PRIVATE omRender::omImage)
@@ -92,7 +93,7 @@ check "source tree in another one" cmake -S whole -B whole/build
 check "its targets" cmake --build whole/build --target consumer
 
 # Every header by itself, and all of them in both orders in one program.
-with_qt=$(pkg-config --cflags --libs omRender Qt5OpenGL 2>/dev/null || echo "$flags $libs")
+all=$(pkg-config --cflags --libs omRender ${with_qt:+Qt5OpenGL})
 mapfile -t headers < <(cd "$prefix"/include/* && find . -name '*.h' | sed 's,^\./,,' | sort)
 for ((i = 0; i < ${#headers[@]}; i++)); do
   { # this one, those after it, those before it; the other unit the other way round
@@ -101,7 +102,7 @@ for ((i = 0; i < ${#headers[@]}; i++)); do
   } >first.cpp
   { grep include first.cpp | tac && echo 'int other() { return 0; }'; } >second.cpp
   # shellcheck disable=SC2086
-  check "order from ${headers[i]}" g++ -fPIC -Wall -Wextra -Werror first.cpp second.cpp $with_qt -o both
+  check "order from ${headers[i]}" g++ -fPIC -Wall -Wextra -Werror first.cpp second.cpp $all -o both
 done
 check "all headers" ./both
 

@@ -233,7 +233,7 @@ void addFilterCommand(CLI::App& program, LibraryLog& log)
   command->add_flag("--float", options->floats, "Keep 32-bit floats between the passes, neither rounded nor clamped");
   command->add_option("--vertex", options->vertex, "A vertex shader instead of the library's own")
       ->type_name("FILE.vert");
-  command->add_flag("--list", options->list, "List the filters that come with the program, and exit");
+  command->add_flag("--list", options->list, "List the filters that --shader finds by name, and exit");
   command->footer(Footer);
   command->callback([options, &log] { filter(*options, log); });
 }
