@@ -84,9 +84,9 @@ protected:
 /// flags hide a widget that is shown, as Qt does it, and give it another native window; show it again with
 /// setHideWindow(false).
 ///
-/// Sizes and positions are pixels of the screen, also where Qt scales (QT_SCALE_FACTOR). Qt puts the drawing area, not
-/// the title bar, to a window's position. It warns on standard error of buffers that are swapped before the window
-/// manager has shown the widget; nothing is lost by it.
+/// Sizes and positions are pixels of the screen, also where Qt scales (QT_SCALE_FACTOR). Under a window manager Qt puts
+/// the drawing area to a window's position while it does not know of the frame, and the frame afterwards. It warns on
+/// standard error of buffers that are swapped before the window manager has shown the widget; nothing is lost by it.
 class OM_EXPORT OmWindow::Impl::Qt : public OmWindow::Impl
 {
 public:
