@@ -1,23 +1,13 @@
-#include "render/omWindow.h"
+#include "tests/support/x11Test.h"
 
 #include "tests/support/printCapture.h"
-#include "tests/support/xDouble.h"
-
-#include <gtest/gtest.h>
-
-#include "render/omWindowImplX11.h" // after the test framework, whose names Xlib's macros would replace
 
 #include <X11/Xatom.h>
 #include <X11/Xutil.h>
-#include <boost/make_shared.hpp>
 
 #include <array>
-#include <chrono>
-#include <cstdlib>
 #include <map>
 #include <set>
-#include <thread>
-#include <unistd.h>
 
 namespace
 {
@@ -143,67 +133,16 @@ OM_EXPORT Atom XInternAtom(Display* display, const char* name, Bool onlyExisting
 namespace
 {
 
-/// The back end with what it keeps in view.
-class OpenX11 : public OmWindow::Impl::X11
-{
-public:
-  using X11::m_context;
-  using X11::m_pDisplay;
-  using X11::m_pVisualInfo;
-  using X11::m_xWindow;
-};
-
-class X11Window : public PlainWindow
-{
-public:
-  explicit X11Window(OmU32 width = 8, OmU32 height = 8)
-  {
-    setWindowSize(width, height);
-    setImpl(boost::make_shared<OpenX11>());
-  }
-  OpenX11& x11() const { return static_cast<OpenX11&>(*m_pImpl); }
-  Window id() const { return x11().m_xWindow; }
-};
-
-/// The tests look at windows from outside, over a connection of their own.
-class OmWindowImplX11 : public testing::Test
+/// Nothing that the library made is left in the end.
+class OmWindowImplX11 : public X11Test
 {
 protected:
-  void SetUp() override
-  {
-    alarm(110); // a window that waits for ever ends the test program
-    ASSERT_TRUE(m_display) << "no display";
-    m_screen = ScreenCount(m_display) - 1;
-    m_root = RootWindow(m_display, m_screen);
-  }
   void TearDown() override
   {
     for (const auto& [kind, living] : s_living)
       EXPECT_EQ(living.size(), 0u) << "a " << kind << " is left";
-    OM_REAL(XCloseDisplay)(m_display);
+    X11Test::TearDown();
   }
-
-  /// Waits until the server has come to the library's requests, which reach it over other connections.
-  template <typename Condition>
-  static bool eventually(Condition condition)
-  {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition())
-    {
-      if (std::chrono::steady_clock::now() > end)
-        return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-  }
-
-  XWindowAttributes attributes(Window window) const
-  {
-    XWindowAttributes result = {};
-    XGetWindowAttributes(m_display, window, &result);
-    return result;
-  }
-  bool isMapped(Window window) const { return attributes(window).map_state == IsViewable; }
 
   std::string title(Window window) const
   {
@@ -227,28 +166,6 @@ protected:
     return text.str();
   }
 
-  std::vector<Window> children(Window window, Window* parent = nullptr) const
-  {
-    Window root = 0;
-    Window above = 0;
-    Window* list = nullptr;
-    unsigned int count = 0;
-    Window& over = parent ? *parent : above;
-    over = None;
-    XQueryTree(m_display, window, &root, &over, &list, &count);
-    const std::vector<Window> result(list, list + count);
-    XFree(list);
-    return result;
-  }
-
-  /// The window's frame: itself where no window manager has framed it.
-  Window frame(Window window) const
-  {
-    for (Window parent = window; parent != m_root && parent != None; children(window, &parent))
-      window = parent;
-    return window;
-  }
-
   std::vector<long> motifHints(Window window) const
   {
     const Atom atom = OM_REAL(XInternAtom)(m_display, "_MOTIF_WM_HINTS", False);
@@ -263,10 +180,6 @@ protected:
     XFree(data);
     return result;
   }
-
-  Display* const m_display = OM_REAL(XOpenDisplay)(nullptr);
-  int m_screen = 0;
-  Window m_root = 0;
 };
 
 using Colour = std::array<GLubyte, 3>;
@@ -647,95 +560,6 @@ TEST_F(OmWindowImplX11, UseOnASecondThreadIsTold)
   s_refusesOtherThreads = true;
   EXPECT_TRUE(tellsOnAnotherThread(window));
   s_refusesOtherThreads = false;
-}
-
-/// Under the window manager that OM_TEST_WM names.
-class OmWindowImplX11Managed : public OmWindowImplX11
-{
-protected:
-  void SetUp() override
-  {
-    OmWindowImplX11::SetUp();
-    const char* name = std::getenv("OM_TEST_WM");
-    m_manager = name ? name : "";
-    if (m_manager.empty())
-      GTEST_SKIP() << "no window manager";
-    ASSERT_TRUE(eventually([this] { return attributes(m_root).all_event_masks & SubstructureRedirectMask; }));
-    s_looking = m_display;
-    s_handler = XSetErrorHandler([](Display* display, XErrorEvent* event)
-                                 { return display == s_looking ? 0 : s_handler(display, event); });
-  }
-  void TearDown() override
-  {
-    XSetErrorHandler(s_handler);
-    OmWindowImplX11::TearDown();
-  }
-  bool isDecorated(Window window) const { return attributes(frame(window)).height > attributes(window).height; }
-
-  /// Gives the manager time to see that a window is gone. The next connection's windows have its ids, and a manager
-  /// that is late takes them for the old ones.
-  static void awaitManager() { std::this_thread::sleep_for(std::chrono::milliseconds(100)); }
-
-  std::string m_manager;
-  static inline Display* s_looking;      ///< may look at frames that the manager has destroyed meanwhile
-  static inline XErrorHandler s_handler; ///< for all other connections
-};
-
-TEST_F(OmWindowImplX11Managed, FullScreenTakesTheDecorationsAway)
-{
-  X11Window window(100, 80);
-  ASSERT_TRUE(window.init());
-  EXPECT_TRUE(eventually([&] { return isDecorated(window.id()); }));
-  PrintCapture capture;
-  for (const bool fullScreen : {true, false})
-  {
-    window.setFullScreen(fullScreen);
-    if (m_manager == "mwm") // which reads the property when it takes charge of a window
-    {
-      window.setHideWindow(true);
-      EXPECT_TRUE(eventually([&] { return attributes(window.id()).map_state == IsUnmapped; }));
-      window.setHideWindow(false);
-    }
-    const bool decorated = !fullScreen || m_manager == "twm"; // which does not know the property
-    EXPECT_TRUE(eventually([&] { return isMapped(window.id()) && isDecorated(window.id()) == decorated; }));
-  }
-  EXPECT_EQ(capture.messages(4).size(), m_manager == "twm" ? 2u : 0u);
-  window.closeWindow();
-  awaitManager();
-}
-
-TEST_F(OmWindowImplX11Managed, WindowsOpenHideAndCloseInEveryState)
-{
-  for (int i = 0; i < 20; ++i)
-  {
-    X11Window window(100, 80);
-    ASSERT_TRUE(window.init());
-    EXPECT_TRUE(eventually([&] { return isMapped(window.id()) && frame(window.id()) != window.id(); }));
-    switch (i % 4)
-    {
-    case 0:
-      window.setHideWindow(true);
-      EXPECT_TRUE(eventually([&] { return !isMapped(window.id()); }));
-      window.setHideWindow(false);
-      EXPECT_TRUE(eventually([&] { return isMapped(window.id()); }));
-      break;
-    case 1:
-      XIconifyWindow(m_display, window.id(), m_screen);
-      EXPECT_TRUE(eventually([&] { return !isMapped(window.id()); }));
-      break;
-    case 2:
-      window.setHideWindow(true);
-      window.setHideWindow(false); // the manager has not mapped the window yet when it closes
-      break;
-    case 3:
-      XIconifyWindow(m_display, window.id(), m_screen); // perhaps iconified when it closes
-      XFlush(m_display);
-      break;
-    }
-    window.closeWindow();
-    EXPECT_TRUE(s_living["window"].empty());
-    awaitManager();
-  }
 }
 
 } // namespace
