@@ -58,16 +58,24 @@ public:
     return threads;
   }
 
-  /// The calling thread gives up the context that it has, for another one or none. False when another thread had that
-  /// and may still have it.
-  bool take(GLXContext context)
+  /// Whether a thread other than the calling one had the context last, and may still have it.
+  bool isElsewhere(GLXContext context)
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto entry = m_threads.find(context);
+    return entry != m_threads.end() && entry->second != std::this_thread::get_id();
+  }
+
+  /// The calling thread has given up the context that it had, for another one or none.
+  void take(GLXContext context)
   {
     thread_local const Release release;
     const std::thread::id self = std::this_thread::get_id();
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto entry = m_threads.begin(); entry != m_threads.end();)
       entry = entry->second == self ? m_threads.erase(entry) : std::next(entry);
-    return !context || m_threads.insert_or_assign(context, self).second;
+    if (context)
+      m_threads.insert_or_assign(context, self);
   }
 
   /// The context is gone.
@@ -258,12 +266,17 @@ void OmWindow::Impl::X11::makeCurrent() const
 {
   if (!m_xWindow || (glXGetCurrentContext() == m_context && OmWindow::getWindow() == m_pWindow))
     return;
-  if (ContextThreads::instance().take(m_context))
+  ContextThreads& threads = ContextThreads::instance();
+  if (!threads.isElsewhere(m_context))
     glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
   else if (!takeOver(m_pDisplay, m_xWindow, m_context))
+  {
     Om::Print::instance().write(4,
                                 "OmWindow::Impl::X11::makeCurrent - The window is current on another thread; open and "
                                 "use each window on one thread.\n");
+    return;
+  }
+  threads.take(m_context);
 }
 
 void OmWindow::Impl::X11::swapBuffers() const
