@@ -10,7 +10,7 @@
 class OmColor
 {
 public:
-  /// Red, green, blue and alpha, kept as they are.
+  /// Red, green, blue and alpha. Values outside 0.0 to 1.0 are kept.
   OmColor(double r, double g, double b, double a) : m_r(r), m_g(g), m_b(b), m_a(a) {}
 
   double r() const { return m_r; } ///< red

@@ -11,10 +11,11 @@
 
 #include "foundation/core/omTypes.h"
 
-/// A number as text in the given base, 2 to 36, with a leading minus when it is negative. Another base counts as 10.
+/// Returns a number as text in the given base, 2 to 36, with a leading minus if it is negative. Any other base counts
+/// as 10.
 OM_EXPORT OmString OmINT2STRING(long long value, int base);
 
-/// Sleeps for at least that many milliseconds; 0 yields the processor.
+/// Sleeps for at least that many milliseconds; 0 only yields the processor.
 OM_EXPORT void OmSLEEPMS(OmU32 milliseconds);
 
 #endif

@@ -6,19 +6,19 @@
 namespace Om
 {
 
-/// Where the process finds its files.
+/// Finds the files that a program names.
 ///
 /// \code
 ///   Om::Application::addSearchPath("data");
 ///   const OmString shader = Om::Application::findFile("edges.frag"); // itself, else data/edges.frag
 /// \endcode
 ///
-/// Set the search path before other threads look for files; nothing is locked.
+/// Set the search path before other threads look for files: it is not locked.
 class OM_EXPORT Application
 {
 public:
-  /// The path to open for a file name: the name itself when there is such a file or the name is absolute, else the
-  /// first hit among the search path's directories, else the name unchanged.
+  /// Returns the path to open for a file name. That is the name itself if such a file exists or the name is absolute.
+  /// Otherwise it is the first such file in the directories of the search path. If there is none, it is the name.
   static OmString findFile(const OmString& name);
 
   /// Appends a directory to the search path.

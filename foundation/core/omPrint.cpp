@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <locale>
 #include <ostream>
 #include <streambuf>
 #include <utility>
@@ -13,22 +14,19 @@ namespace Om
 namespace
 {
 
-constexpr int TraceLevel = 0; // the type of what a ScopedPrint writes
-constexpr int StartLevel = 4;
-
 int levelFromEnvironment()
 {
   const char* text = std::getenv("OM_PRINT_LEVEL");
   if (!text)
-    return StartLevel;
+    return Print::Error;
   char* end = nullptr;
   const long level = std::strtol(text, &end, 10);
-  return end != text && *end == '\0' ? static_cast<int>(level) : StartLevel;
+  return end != text && *end == '\0' ? static_cast<int>(level) : Print::Error;
 }
 
 } // namespace
 
-/// Gathers what is inserted into a stream and sends it on line by line.
+/// Collects what is inserted into a stream and sends it line by line.
 class LineBuffer : public std::streambuf
 {
 public:
@@ -68,7 +66,7 @@ private:
   {
     if (m_line.empty())
       return;
-    // Taken out first: a sink may itself write through this thread's stream.
+    // Empty the buffer first: a sink may itself write through this thread's stream.
     const std::string line = std::exchange(m_line, {});
     Print::instance().send(m_type, m_signature.c_str(), line);
   }
@@ -91,7 +89,7 @@ public:
     thread_local Streams streams;
     if (!s_ended)
       return streams;
-    // Destructors of static objects write after the main thread's own objects are gone.
+    // Static objects are destroyed after the main thread's streams, and their destructors may write.
     static Streams& last = *new Streams;
     return last;
   }
@@ -107,7 +105,7 @@ thread_local bool Streams::s_ended = false;
 
 Print& Print::instance()
 {
-  // Never destroyed, so that other objects' destructors may still write when the process ends.
+  // Never destroyed, so that the destructors of static objects can still write.
   static Print& print = *new Print;
   return print;
 }
@@ -160,6 +158,7 @@ std::ostream& Print::ostream(int type, const char* signature)
     return streams.nowhere;
   streams.buffer.begin(type, signature);
   streams.lines.clear();
+  streams.lines.imbue(std::locale::classic()); // a new stream has the global one
   streams.lines.flags(std::ios_base::skipws | std::ios_base::dec);
   streams.lines.precision(6);
   streams.lines.fill(' ');
@@ -181,23 +180,23 @@ void Print::send(int type, const char* signature, const std::string& text)
   }
   if (sink)
     (*sink)(type, text);
-  else if (*signature != '\0' && printLevel() <= TraceLevel)
+  else if (*signature != '\0' && printLevel() <= Scope)
     std::fprintf(stderr, "%s: %s", signature, text.c_str());
   else
     std::fputs(text.c_str(), stderr);
 }
 
 Print::ScopedPrint::ScopedPrint(const char* signature, const char* second)
-    : m_signature(Print::instance().printLevel() <= TraceLevel ? signature : nullptr), m_second(second)
+    : m_signature(Print::instance().printLevel() <= Scope ? signature : nullptr), m_second(second)
 {
   if (m_signature)
-    Print::instance().write(TraceLevel, "> %s%s\n", m_signature, m_second);
+    Print::instance().write(Scope, "> %s%s\n", m_signature, m_second);
 }
 
 Print::ScopedPrint::~ScopedPrint()
 {
   if (m_signature)
-    Print::instance().write(TraceLevel, "< %s%s\n", m_signature, m_second);
+    Print::instance().write(Scope, "< %s%s\n", m_signature, m_second);
 }
 
 } // namespace Om

@@ -2,7 +2,7 @@
 #define OM_TYPES_H
 
 /// \file
-/// The types of numbers, flags and texts in every interface of the libraries.
+/// The types of numbers, flags and texts in the interfaces of the libraries.
 
 #include <cstdint>
 #include <string>
@@ -16,6 +16,6 @@
 using OmU8 = std::uint8_t;    ///< An unsigned byte: one channel of one pixel.
 using OmU32 = std::uint32_t;  ///< An unsigned 32-bit integer: sizes in pixels, GL names and GL enumerants.
 using OmBoolean = bool;       ///< What an operation that can fail returns: true on success.
-using OmString = std::string; ///< A byte string. File names and messages are taken as they are, in no fixed encoding.
+using OmString = std::string; ///< A byte string. Its encoding is the caller's: no byte is converted.
 
 #endif
