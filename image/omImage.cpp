@@ -8,7 +8,7 @@
 namespace
 {
 
-/// Throws std::bad_alloc itself where std::vector would throw std::length_error.
+/// Throws std::bad_alloc also for the sizes for which std::vector throws std::length_error.
 std::vector<OmU8> zeroedPixels(OmU32 channels, OmU32 width, OmU32 height)
 {
   std::size_t size = 0;
@@ -42,7 +42,7 @@ OmImage::OmImage(OmImage&& other) noexcept
 
 OmImage& OmImage::operator=(const OmImage& other)
 {
-  // Through a copy, so that an image that does not fit into memory leaves this one whole.
+  // Copies first: if that does not fit into memory, this image is unchanged.
   return *this = OmImage(other);
 }
 

@@ -17,9 +17,10 @@
 ///
 /// An image may carry a second copy of its pixels with the rows bottom row first, as GL stores them: the flipped
 /// copy. While the flipped copy is in use (isFlipped()), it is the one that a texture is filled from. Both copies
-/// always have the image's one size and channel count: making one of them with another shape drops the other.
+/// always have the same size and channel count: making one of them with another shape drops the other.
 ///
-/// Sizes multiply in 64 bits; a size that cannot be held throws std::bad_alloc and leaves the image as it was.
+/// Sizes are computed in 64 bits. A size that does not fit into memory throws std::bad_alloc and leaves the image
+/// unchanged.
 class OM_EXPORT OmImage
 {
 public:
@@ -34,13 +35,13 @@ public:
   OmImage() = default;
   /// A zero-filled image; `width` and `height` in pixels, one byte a channel.
   OmImage(OmU32 channels, OmU32 width, OmU32 height);
-  /// A copy has pixels, and a flipped copy, of its own.
+  /// Copies the pixels and the flipped copy.
   OmImage(const OmImage&) = default;
-  /// As the copy; an image that does not fit into memory leaves this one as it was.
+  /// Copies the pixels and the flipped copy. If they do not fit into memory, this image is unchanged.
   OmImage& operator=(const OmImage&);
-  /// The source of a move is left without pixels.
+  /// Takes the pixels of another image, which has none afterwards.
   OmImage(OmImage&&) noexcept;
-  /// As above.
+  /// Takes the pixels of another image, which has none afterwards.
   OmImage& operator=(OmImage&&) noexcept;
   ~OmImage() = default;
 
@@ -51,7 +52,7 @@ public:
   /// The pixels, top row first: channel c of pixel (x, y) is `data()[(y * width() + x) * channels() + c]`, indices in
   /// 64 bits. Null when the image has no pixels.
   OmU8* data() { return m_pixels.empty() ? nullptr : m_pixels.data(); }
-  /// The same of an image that is not to be changed.
+  /// The same for a constant image.
   const OmU8* data() const { return m_pixels.empty() ? nullptr : m_pixels.data(); }
   /// The size of data() in bytes.
   std::size_t byteSize() const { return m_pixels.size(); }
@@ -60,19 +61,19 @@ public:
   OmBoolean isFlipped() const { return m_isFlipped; }
   /// The flipped copy, laid out as data() but bottom row first. Null when there is none.
   OmU8* flippedData() { return m_flippedPixels.empty() ? nullptr : m_flippedPixels.data(); }
-  /// The same of an image that is not to be changed.
+  /// The same for a constant image.
   const OmU8* flippedData() const { return m_flippedPixels.empty() ? nullptr : m_flippedPixels.data(); }
   /// The size of flippedData() in bytes.
   std::size_t flippedByteSize() const { return m_flippedPixels.size(); }
 
   /// Copies between the pixels and the flipped copy, reversing the order of the rows. False fills the flipped copy
   /// from the pixels and puts it in use; true fills the pixels from the flipped copy and takes that out of use.
-  /// Without a source nothing changes.
+  /// If there is nothing to copy from, nothing changes.
   void copyFromOrToFlipped(bool fromFlipped);
 
-  /// Makes the image anew, zero-filled, without a flipped copy. The second argument is not used; pass 0.
+  /// Gives the image another shape, zero-filled and without a flipped copy. The second argument is not used; pass 0.
   void zeroImage(OmU32 channels, OmU32 reserved, OmU32 width, OmU32 height);
-  /// Makes the flipped copy anew, zero-filled, and puts it in use. The pixels stay when their shape is the same.
+  /// Gives the image a zero-filled flipped copy and puts it in use. Pixels of the same shape are kept.
   /// The second argument is not used; pass 0.
   void zeroFlippedImage(OmU32 channels, OmU32 reserved, OmU32 width, OmU32 height);
 

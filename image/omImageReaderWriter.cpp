@@ -1,26 +1,30 @@
 #include "image/omImageReaderWriter.h"
 
 #include "foundation/core/omPrint.h"
-#include "image/omInputFile.h"
-#include "image/omJpegDecoder.h"
-#include "image/omPngDecoder.h"
-#include "image/omPngEncoder.h"
-#include "image/omReplacementFile.h"
+#include "image/codec/omInputFile.h"
+#include "image/codec/omJpegDecoder.h"
+#include "image/codec/omPngDecoder.h"
+#include "image/codec/omPngEncoder.h"
+#include "image/codec/omPnmDecoder.h"
+#include "image/codec/omPnmEncoder.h"
+#include "image/codec/omReplacementFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <memory>
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace
 {
 
-/// So many bytes of pixels are set aside before any of them has been decoded.
+/// At most this many bytes of pixels are allocated before any of them has been decoded.
 constexpr std::size_t BytesInAdvance = std::size_t{64} << 20;
 
-/// An image that grows with the rows that have been decoded, so that a file that only announces a large picture does
-/// not get the memory for one.
+/// An image that grows with the rows that have been decoded. A file that only announces a large picture does not get
+/// the memory for one.
 class GrowingImage : public OmImage
 {
 public:
@@ -35,7 +39,8 @@ public:
       throw std::bad_alloc();
   }
 
-  /// Whether rows alone keep the memory in bounds; if not, much of it is needed before anything has been decoded.
+  /// Whether growing row by row keeps the memory in bounds. Otherwise the first pass, or the first row, takes much of
+  /// it.
   bool growsGently(int passes) const
   {
     return m_wholeSize <= BytesInAdvance || (passes == 1 && m_rowSize <= BytesInAdvance);
@@ -56,91 +61,138 @@ private:
   std::size_t m_wholeSize = 0;
 };
 
-/// A decoder that has read the header of the file; null, with the reason, when the file is no picture.
+template <typename Decoder>
+std::unique_ptr<OmImageDecoder> makeDecoder(const OmInputFile& file)
+{
+  return std::make_unique<Decoder>(file);
+}
+
+struct Kind
+{
+  OmString signature;
+  std::unique_ptr<OmImageDecoder> (*makeDecoder)(const OmInputFile& file);
+};
+
+/// Returns a decoder that has read the header of the file, or null and the reason if the file is no picture.
 std::unique_ptr<OmImageDecoder> openDecoder(const OmInputFile& file, OmString& reason)
 {
-  static const OmString pngSignature("\x89PNG\r\n\x1a\n", 8);
-  static const OmString jpegSignature("\xff\xd8\xff", 3);
+  static const Kind kinds[] = {{OmString("\x89PNG\r\n\x1a\n", 8), makeDecoder<OmPngDecoder>},
+                               {OmString("\xff\xd8\xff", 3), makeDecoder<OmJpegDecoder>},
+                               {"P5", makeDecoder<OmPnmDecoder>},
+                               {"P6", makeDecoder<OmPnmDecoder>},
+                               {"P7", makeDecoder<OmPnmDecoder>}};
 
   std::rewind(file.stream());
-  char start[8] = {};
-  const OmString signature(start, std::fread(start, 1, sizeof start, file.stream()));
+  char bytes[8] = {};
+  const OmString start(bytes, std::fread(bytes, 1, sizeof bytes, file.stream()));
   std::rewind(file.stream());
 
-  std::unique_ptr<OmImageDecoder> decoder;
-  if (signature == pngSignature)
-    decoder = std::make_unique<OmPngDecoder>(file);
-  else if (signature.compare(0, jpegSignature.size(), jpegSignature) == 0)
-    decoder = std::make_unique<OmJpegDecoder>(file);
-  else
-  {
-    reason = "it is neither a PNG nor a JPEG file";
-    return nullptr;
-  }
-  if (decoder->readHeader())
-    return decoder;
-  reason = decoder->reason();
+  for (const Kind& kind : kinds)
+    if (start.compare(0, kind.signature.size(), kind.signature) == 0)
+    {
+      std::unique_ptr<OmImageDecoder> decoder = kind.makeDecoder(file);
+      if (decoder->readHeader())
+        return decoder;
+      reason = decoder->reason();
+      return nullptr;
+    }
+  reason = "it is neither a PNG, JPEG, PPM, PGM nor PAM file";
   return nullptr;
 }
 
-/// Decodes all rows into `image`, or, when it is null, only to see whether the file is whole.
-bool decodeRows(OmImageDecoder& decoder, GrowingImage* image)
+/// Decodes the picture into `image`, or keeps nothing of it if that is null.
+bool decodePicture(OmImageDecoder& decoder, GrowingImage* image, OmString& reason)
 {
-  for (int pass = 0; pass < decoder.passes(); ++pass)
-    for (OmU32 y = 0; y < decoder.height(); ++y)
-      if (!decoder.readRow(image != nullptr ? image->row(y) : nullptr))
-        return false;
-  return decoder.finish();
-}
-
-bool readPicture(const OmInputFile& file, GrowingImage& image, OmString& reason)
-{
-  std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
-  if (!decoder)
-    return false;
-  image.begin(*decoder);
-  bool done = decoder->start();
-  if (done && !image.growsGently(decoder->passes()))
-  {
-    done = decodeRows(*decoder, nullptr);
-    if (done)
-    {
-      decoder = openDecoder(file, reason);
-      if (!decoder)
-        return false;
-      done = decoder->start();
-    }
-  }
-  if (done && decodeRows(*decoder, &image))
+  bool done = decoder.start();
+  for (int pass = 0; done && pass < decoder.passes(); ++pass)
+    for (OmU32 y = 0; done && y < decoder.height(); ++y)
+      done = decoder.readRow(image != nullptr ? image->row(y) : nullptr);
+  if (done && decoder.finish())
     return true;
-  reason = decoder->reason();
+  reason = decoder.reason();
   return false;
 }
 
-bool writePicture(const OmImage& image, const OmString& fileName, OmString& reason)
+bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString& reason)
 {
-  if (image.data() == nullptr)
+  const auto open = [&]
   {
-    reason = "the image has no pixels";
+    std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
+    if (decoder && (flags & OmImageReaderWriter::OpaqueAlpha) != 0)
+      decoder->addOpaqueAlpha();
+    return decoder;
+  };
+  std::unique_ptr<OmImageDecoder> decoder = open();
+  if (!decoder)
     return false;
-  }
-  if (image.channels() > 4)
+  GrowingImage picture;
+  picture.begin(*decoder);
+  if (!picture.growsGently(decoder->passes()))
   {
-    reason = "the image has " + std::to_string(image.channels()) + " channels, and PNG holds 1 to 4";
-    return false;
+    // The whole file is decoded without keeping its pixels, and then once more.
+    if (!decodePicture(*decoder, nullptr, reason))
+      return false;
+    decoder = open();
   }
+  if (!decoder || !decodePicture(*decoder, &picture, reason))
+    return false;
+  image = std::move(static_cast<OmImage&>(picture));
+  return true;
+}
 
+bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU32& channels, OmString& reason)
+{
+  const std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
+  if (!decoder)
+    return false;
+  width = decoder->width();
+  height = decoder->height();
+  channels = decoder->channels();
+  return true;
+}
+
+/// Gives the reason why an image cannot be written, or an empty one.
+OmString obstacle(const OmImage& image, OmImageReaderWriter::Format format, OmU32 channels)
+{
+  constexpr OmU32 LargestSide = 0x7fffffff; // PNG's; PPM and PAM have none
+  if (image.data() == nullptr)
+    return "the image has no pixels";
+  if (image.channels() > 4)
+    return "the image has " + std::to_string(image.channels()) + " channels, and picture files hold 1 to 4";
+  if (format == OmImageReaderWriter::PPM && channels % 2 == 0)
+    return "PPM holds no alpha; write PAM or PNG, or leave the alpha out";
+  if (format == OmImageReaderWriter::PNG && std::max(image.width(), image.height()) > LargestSide)
+    return "PNG holds at most " + std::to_string(LargestSide) + " pixels a side";
+  return "";
+}
+
+bool encodePicture(const OmImage& image, const OmImageReaderWriter::WriteSettings& settings, std::vector<OmU8>& bytes,
+                   OmString& reason)
+{
+  const bool isShortened = settings.withoutAlpha && image.channels() % 2 == 0;
+  reason = obstacle(image, settings.format, image.channels() - (isShortened ? 1 : 0));
+  if (!reason.empty())
+    return false;
+  OmImageRows rows(image, isShortened);
+  if (settings.format == OmImageReaderWriter::PNG)
+    OmPngEncoder(settings.compression).encode(rows, bytes);
+  else
+    OmPnmEncoder(settings.format).encode(rows, bytes);
+  return true;
+}
+
+bool writeFile(const std::vector<OmU8>& bytes, const OmString& fileName, OmString& reason)
+{
   OmReplacementFile file;
   if (!file.open(fileName, reason))
     return false;
-  OmPngEncoder encoder;
-  if (encoder.encode(image, file.stream()))
+  if (std::fwrite(bytes.data(), 1, bytes.size(), file.stream()) == bytes.size())
     return file.commit(reason);
-  reason = encoder.reason();
+  reason = std::generic_category().message(errno);
   return false;
 }
 
-/// Runs an operation that says why it failed; a failure becomes one line of the log.
+/// Runs an operation that gives a reason when it fails, and writes that to the log as one line.
 template <typename Operation>
 bool reportFailure(const char* what, const OmString& fileName, const Operation& operation)
 {
@@ -157,8 +209,9 @@ bool reportFailure(const char* what, const OmString& fileName, const Operation& 
   OmString name = fileName;
   for (char& character : name)
     if (static_cast<unsigned char>(character) < ' ')
-      character = '?'; // one failure, one line, whatever the file is called
-  Om::Print::instance().write(4, "OmImageReaderWriter: cannot %s \"%s\": %s\n", what, name.c_str(), reason.c_str());
+      character = '?'; // a newline in the name must not break the line
+  Om::Print::instance().write(Om::Print::Error, "OmImageReaderWriter: cannot %s \"%s\": %s\n", what, name.c_str(),
+                              reason.c_str());
   return false;
 }
 
@@ -166,37 +219,69 @@ bool reportFailure(const char* what, const OmString& fileName, const Operation& 
 
 OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName)
 {
+  return read(image, fileName, 0);
+}
+
+OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName, OmU32 flags)
+{
+  OmInputFile file;
   return reportFailure("read", fileName,
                        [&](OmString& reason)
-                       {
-                         OmInputFile file;
-                         GrowingImage picture;
-                         if (!file.open(fileName, reason) || !readPicture(file, picture, reason))
-                           return false;
-                         image = std::move(static_cast<OmImage&>(picture));
-                         return true;
-                       });
+                       { return file.open(fileName, reason) && readPicture(file, flags, image, reason); });
 }
 
 OmBoolean OmImageReaderWriter::readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels)
 {
+  OmInputFile file;
   return reportFailure("read", fileName,
+                       [&](OmString& reason) {
+                         return file.open(fileName, reason) && readPictureHeader(file, width, height, channels, reason);
+                       });
+}
+
+OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags)
+{
+  OmInputFile file;
+  return reportFailure("read", name,
                        [&](OmString& reason)
-                       {
-                         OmInputFile file;
-                         if (!file.open(fileName, reason))
-                           return false;
-                         const std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
-                         if (!decoder)
-                           return false;
-                         width = decoder->width();
-                         height = decoder->height();
-                         channels = decoder->channels();
-                         return true;
+                       { return file.open(bytes, reason) && readPicture(file, flags, image, reason); });
+}
+
+OmBoolean OmImageReaderWriter::decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width,
+                                            OmU32& height, OmU32& channels)
+{
+  OmInputFile file;
+  return reportFailure("read", name,
+                       [&](OmString& reason) {
+                         return file.open(bytes, reason) && readPictureHeader(file, width, height, channels, reason);
                        });
 }
 
 OmBoolean OmImageReaderWriter::write(const OmImage& image, const OmString& fileName)
 {
-  return reportFailure("write", fileName, [&](OmString& reason) { return writePicture(image, fileName, reason); });
+  return write(image, fileName, WriteSettings());
+}
+
+OmBoolean OmImageReaderWriter::write(const OmImage& image, const OmString& fileName, const WriteSettings& settings)
+{
+  return reportFailure("write", fileName,
+                       [&](OmString& reason)
+                       {
+                         std::vector<OmU8> bytes;
+                         return encodePicture(image, settings, bytes, reason) && writeFile(bytes, fileName, reason);
+                       });
+}
+
+OmBoolean OmImageReaderWriter::encode(const OmImage& image, const OmString& name, const WriteSettings& settings,
+                                      std::vector<OmU8>& bytes)
+{
+  return reportFailure("write", name,
+                       [&](OmString& reason)
+                       {
+                         std::vector<OmU8> file;
+                         if (!encodePicture(image, settings, file, reason))
+                           return false;
+                         bytes = std::move(file);
+                         return true;
+                       });
 }

@@ -7,8 +7,8 @@
 
 /// Decodes one picture file row by row.
 ///
-/// The steps are taken in their order: readHeader(); start(); readRow() for every row of every pass; finish(). When one
-/// of them returns false, reason() says why and the decoder is of no more use.
+/// The steps are readHeader(), addOpaqueAlpha() if that is wanted, start(), readRow() for every row of every pass, and
+/// finish(), in this order. If one of them returns false, reason() says why, and no other step may follow.
 class OmImageDecoder
 {
 public:
@@ -23,12 +23,19 @@ public:
   OmU32 width() const { return m_width; }
   OmU32 height() const { return m_height; }
   OmU32 channels() const { return m_channels; }
-  /// How often the rows are gone through, top to bottom. Beyond the first pass, readRow() must get what the pass before
-  /// left in the row.
+  /// RGB pictures get a fourth channel of 255 everywhere.
+  void addOpaqueAlpha()
+  {
+    m_addsAlpha = m_channels == 3;
+    m_channels += m_addsAlpha ? 1 : 0;
+  }
+  /// How often all rows are read, top to bottom. After the first pass, readRow() must be given the row as the pass
+  /// before left it.
   int passes() const { return m_passes; }
 
+  /// Prepares for the first row.
   virtual bool start() = 0;
-  /// Decodes the next row into width() * channels() bytes. Null decodes it without keeping it.
+  /// Decodes the next row into width() * channels() bytes. A null row is decoded and not kept.
   virtual bool readRow(OmU8* row) = 0;
   /// Reads on to the end of the picture, past the pixels.
   virtual bool finish() = 0;
@@ -47,7 +54,8 @@ protected:
   OmU32 m_height = 0;
   OmU32 m_channels = 0;
   int m_passes = 1;
-  char m_reason[256] = ""; ///< an array: it is filled on the way to a longjmp, which runs no destructors
+  bool m_addsAlpha = false; ///< the fourth channel is not in the file
+  char m_reason[256] = "";  ///< an array: a longjmp follows, which runs no destructors
 };
 
 #endif

@@ -1,4 +1,4 @@
-#include "image/omInputFile.h"
+#include "image/codec/omInputFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -8,7 +8,7 @@
 
 bool OmInputFile::open(const OmString& fileName, OmString& reason)
 {
-  // O_NONBLOCK: opening a pipe that nobody writes to would wait for ever. It means nothing to a regular file.
+  // O_NONBLOCK: opening a pipe that nobody writes to would wait for ever. Regular files ignore it.
   const int descriptor = ::open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (descriptor < 0)
   {
@@ -38,4 +38,22 @@ bool OmInputFile::open(const OmString& fileName, OmString& reason)
     return true;
   }
   return false;
+}
+
+bool OmInputFile::open(const std::vector<OmU8>& bytes, OmString& reason)
+{
+  if (bytes.empty())
+  {
+    reason = "the file is empty";
+    return false;
+  }
+  // A stream that is opened for reading does not write to its memory.
+  m_stream.reset(::fmemopen(const_cast<OmU8*>(bytes.data()), bytes.size(), "rb"));
+  if (!m_stream)
+  {
+    reason = "out of memory";
+    return false;
+  }
+  m_size = bytes.size();
+  return true;
 }

@@ -6,14 +6,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
-/// A regular file that is read from its start.
+/// A regular file, or one in memory, that is read from its start.
 class OmInputFile
 {
 public:
-  /// Opens a regular file that is not empty, without ever waiting for it: a pipe or a device is refused. On failure
+  /// Opens a regular file that is not empty. Pipes and devices are refused, without waiting for them. On failure
   /// `reason` says why.
   bool open(const OmString& fileName, OmString& reason);
+  /// Opens a file in memory that is not empty. The bytes must outlive this object. On failure `reason` says why.
+  bool open(const std::vector<OmU8>& bytes, OmString& reason);
 
   std::FILE* stream() const { return m_stream.get(); }
   /// The size in bytes when the file was opened.

@@ -1,4 +1,4 @@
-#include "image/omJpegDecoder.h"
+#include "image/codec/omJpegDecoder.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -8,19 +8,19 @@
 namespace
 {
 
-/// An arithmetic coder spends next to nothing on a flat block, so only the size of the picture can be held against a
-/// small file: up to this many bytes are let pass, beyond them a ratio that deflate does not reach either.
+/// An arithmetic coder spends next to nothing on a flat block, so a small file may hold a large picture. Pictures of up
+/// to this many bytes are accepted, larger ones up to the ratio that deflate can reach.
 constexpr std::uint64_t ArithmeticBytes = 64U << 20;
 constexpr std::uint64_t ArithmeticRatio = 1032;
 
-/// A progressive file refines the picture scan by scan, and a scan that changes nothing costs the file a few bytes and
-/// the reader a pass over every block. Real files have some ten scans, and one with a scan for each coefficient pays
-/// for them with its size.
+/// A progressive file refines the picture scan by scan. A scan that changes nothing costs the file a few bytes, but the
+/// reader visits every block. Real files have some ten scans. A file with a scan for each coefficient is large enough
+/// to justify the visits.
 constexpr std::uint64_t ScanLimit = 500;
 constexpr std::uint64_t BlockVisitsPerByte = 160;
 constexpr std::uint64_t FreeBlockVisits = 1U << 24;
 
-/// Warnings that tell of lost pixels. The others, padding between markers for one, are common in whole files.
+/// Whether a warning means lost pixels. The others, such as padding between markers, are common in whole files.
 bool isDamage(int messageCode)
 {
   switch (messageCode)
@@ -57,8 +57,8 @@ OmJpegDecoder::~OmJpegDecoder()
   jpeg_destroy_decompress(&m_jpeg);
 }
 
-/// Calls libjpeg and returns false when it gives up. The handlers leave by longjmp; the frames that it crosses are
-/// libjpeg's own, this one and the call's, and none of them holds an object with a destructor.
+/// Calls libjpeg and returns false if it fails. The handlers leave by longjmp. It crosses the frames of libjpeg, of the
+/// call and this one, and none of them holds an object with a destructor.
 template <typename Call>
 bool OmJpegDecoder::attempt(const Call& call)
 {
@@ -166,10 +166,12 @@ bool OmJpegDecoder::readHeader()
 bool OmJpegDecoder::start()
 {
   m_ownRow.resize(std::size_t{m_width} * 4);
+  if (m_addsAlpha && m_jpeg.out_color_space == JCS_RGB)
+    m_jpeg.out_color_space = JCS_EXT_RGBA;
   return attempt([this] { jpeg_start_decompress(&m_jpeg); });
 }
 
-/// Adobe's programs, and all that follow them, store the light that an ink leaves instead of the ink.
+/// Files with Adobe's marker store the light that an ink leaves, not the amount of ink.
 void OmJpegDecoder::convertCmykRow(OmU8* row) const
 {
   const unsigned inverted = m_jpeg.saw_Adobe_marker != 0 ? 0U : 255U;
@@ -177,8 +179,11 @@ void OmJpegDecoder::convertCmykRow(OmU8* row) const
   {
     const OmU8* const inks = &m_ownRow[x * 4];
     const unsigned light = inks[3] ^ inverted;
+    OmU8* const pixel = row + x * m_channels;
     for (std::size_t channel = 0; channel < 3; ++channel)
-      row[x * 3 + channel] = scaled(inks[channel] ^ inverted, light);
+      pixel[channel] = scaled(inks[channel] ^ inverted, light);
+    if (m_addsAlpha)
+      pixel[3] = 255;
   }
 }
 

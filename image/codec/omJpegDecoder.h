@@ -1,8 +1,8 @@
 #ifndef OM_JPEG_DECODER_H
 #define OM_JPEG_DECODER_H
 
-#include "image/omImageDecoder.h"
-#include "image/omInputFile.h"
+#include "image/codec/omImageDecoder.h"
+#include "image/codec/omInputFile.h"
 
 #include <csetjmp>
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 #include <jpeglib.h>
 
-/// Decodes a JPEG file with libjpeg to grey or RGB.
+/// Decodes a JPEG file to grey or RGB with libjpeg.
 class OmJpegDecoder : public OmImageDecoder
 {
 public:
@@ -41,7 +41,7 @@ private:
   jpeg_progress_mgr m_progress = {};
   std::jmp_buf m_failure;
   int m_maximumScans = 0;
-  std::vector<OmU8> m_ownRow; ///< for rows that need converting or that nobody wants
+  std::vector<OmU8> m_ownRow; ///< for rows that are converted or not kept
 };
 
 #endif

@@ -1,4 +1,4 @@
-#include "image/omPngDecoder.h"
+#include "image/codec/omPngDecoder.h"
 
 #include <csetjmp>
 #include <cstdio>
@@ -7,7 +7,7 @@
 namespace
 {
 
-/// No deflate stream expands further than this.
+/// No deflate stream expands more than this many times.
 constexpr std::uint64_t DeflateRatio = 1032;
 
 void ignoreWarning(png_structp, png_const_charp) {}
@@ -26,8 +26,8 @@ OmPngDecoder::~OmPngDecoder()
   png_destroy_read_struct(&m_png, &m_info, nullptr);
 }
 
-/// Calls libpng and returns false when it gives up. libpng leaves by longjmp; the frames it crosses are libpng's own,
-/// this one and the call's, and none of them holds an object with a destructor.
+/// Calls libpng and returns false if it fails. libpng leaves by longjmp. It crosses the frames of libpng, of the call
+/// and this one, and none of them holds an object with a destructor.
 template <typename Call>
 bool OmPngDecoder::attempt(const Call& call)
 {
@@ -67,9 +67,9 @@ bool OmPngDecoder::readHeader()
       {
         png_set_read_fn(m_png, this, onRead);
         png_set_user_limits(m_png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-        // No text, profile or other chunk that says nothing about the pixels is worth unpacking.
+        // Chunks that do not affect the pixels, such as text and profiles, are not unpacked.
         png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
-        // What libpng would let pass with a warning, a wrong checksum of the pixels for one, is damage.
+        // Damage, such as a wrong checksum of the pixels, is an error here and not a warning.
         png_set_benign_errors(m_png, 0);
         png_read_info(m_png, m_info);
 
@@ -79,6 +79,7 @@ bool OmPngDecoder::readHeader()
         const bool hasAlpha =
             (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(m_png, m_info, PNG_INFO_tRNS) != 0;
         m_channels = ((colorType & PNG_COLOR_MASK_COLOR) != 0 ? 3U : 1U) + (hasAlpha ? 1U : 0U);
+        m_passes = png_set_interlace_handling(m_png);
       });
   return done && (fileMayHoldPicture() || fail("the file is too small for the size in its header"));
 }
@@ -90,10 +91,11 @@ bool OmPngDecoder::start()
       {
         png_set_expand(m_png);
         png_set_scale_16(m_png);
-        m_passes = png_set_interlace_handling(m_png);
+        if (m_addsAlpha)
+          png_set_add_alpha(m_png, 0xff, PNG_FILLER_AFTER);
         png_read_update_info(m_png, m_info);
       });
-  // The rows that readRow() gets are as long as this header said.
+  // readRow() is given rows of the length that follows from the header.
   return done && (png_get_rowbytes(m_png, m_info) == std::uint64_t{m_width} * m_channels ||
                   fail("its pixels do not have the layout that the header announces"));
 }

@@ -1,13 +1,13 @@
 #ifndef OM_PNG_DECODER_H
 #define OM_PNG_DECODER_H
 
-#include "image/omImageDecoder.h"
-#include "image/omInputFile.h"
+#include "image/codec/omImageDecoder.h"
+#include "image/codec/omInputFile.h"
 
 #include <png.h>
 
-/// Decodes a PNG file with libpng to 8-bit channels: a palette, a transparent colour and grey of less than 8 bits are
-/// expanded, 16 bits are scaled to 8, gamma is left alone.
+/// Decodes a PNG file to 8-bit channels with libpng. A palette, a transparent colour and grey of less than 8 bits are
+/// expanded, 16 bits are scaled to 8, and gamma is ignored.
 class OmPngDecoder : public OmImageDecoder
 {
 public:
