@@ -4,7 +4,21 @@
 #include "render/omGL.h"
 #include "render/omTexture.h"
 #include "render/omVersion.h"
-#include "render/omWindow.h"
+
+namespace
+{
+
+void deleteFramebuffer(GLuint name)
+{
+  glDeleteFramebuffersEXT(1, &name);
+}
+
+void deleteRenderbuffer(GLuint name)
+{
+  glDeleteRenderbuffersEXT(1, &name);
+}
+
+} // namespace
 
 OmFrameBufferObject::OmFrameBufferObject()
     : m_framebufferId(0), m_renderbufferId(0), m_width(0), m_height(0), m_initialized(false)
@@ -20,20 +34,26 @@ OmBoolean OmFrameBufferObject::init(const OmTexture& texture, FBOType type, unsi
 {
   if (!m_initialized && !OmGL::isSupported(OmGL::SupportFBO))
   {
-    Om::Print::instance().write(4, "No hardware support for FBO.\n");
+    Om::Print::instance().write(Om::Print::Error, "No hardware support for FBO.\n");
     return false;
   }
   if (texture.id() == 0)
   {
-    Om::Print::instance().write(4, "Bad texture passed to OmFBO::init\n");
+    Om::Print::instance().write(Om::Print::Error, "Bad texture passed to OmFBO::init\n");
     return false;
   }
-  if (!OmWindow::isShareGroupCurrent(m_shareGroup))
+  if (!texture.shareGroup().isCurrent())
+  {
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmFrameBufferObject::init - No window of the texture's share group is current.\n");
+    return false;
+  }
+  if (!m_context.isCurrent())
     release();
   if (m_framebufferId == 0)
   {
     glGenFramebuffersEXT(1, &m_framebufferId);
-    m_shareGroup = OmWindow::currentShareGroup();
+    m_context = OmShareGroup::currentContext();
   }
   glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, m_framebufferId);
   m_height = texture.height();
@@ -68,12 +88,18 @@ OmBoolean OmFrameBufferObject::isValid() const
     return false;
   if (glCheckFramebufferStatusEXT(GL_FRAMEBUFFER_EXT) == GL_FRAMEBUFFER_COMPLETE_EXT)
     return true;
-  Om::Print::instance().write(4, "Mismatched texture formats for FBO.\n");
+  Om::Print::instance().write(Om::Print::Error, "Mismatched texture formats for FBO.\n");
   return false;
 }
 
 OmBoolean OmFrameBufferObject::attach(const OmTexture& texture, unsigned int index) const
 {
+  if (m_initialized && !texture.shareGroup().isCurrent())
+  {
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmFrameBufferObject::attach - No window of the texture's share group is current.\n");
+    return false;
+  }
   return attachColor(texture, index, texture.id());
 }
 
@@ -92,8 +118,13 @@ OmBoolean OmFrameBufferObject::attachColor(const OmTexture& texture, unsigned in
 
 void OmFrameBufferObject::bind() const
 {
-  if (m_framebufferId != 0)
+  if (m_framebufferId == 0)
+    return;
+  if (m_context.isCurrent())
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, m_framebufferId);
+  else
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmFrameBufferObject::bind - The window that was current in init() is not.\n");
 }
 
 void OmFrameBufferObject::unbind()
@@ -104,14 +135,16 @@ void OmFrameBufferObject::unbind()
 
 void OmFrameBufferObject::release()
 {
-  if (OmWindow::isShareGroupCurrent(m_shareGroup))
-  {
-    if (m_renderbufferId != 0)
-      glDeleteRenderbuffersEXT(1, &m_renderbufferId);
-    if (m_framebufferId != 0)
-      glDeleteFramebuffersEXT(1, &m_framebufferId);
-  }
-  m_renderbufferId = 0;
-  m_framebufferId = 0;
+  letGo(deleteRenderbuffer, m_renderbufferId);
+  letGo(deleteFramebuffer, m_framebufferId);
   m_initialized = false;
+}
+
+void OmFrameBufferObject::letGo(void (*deleteName)(GLuint name), GLuint& name) const
+{
+  if (name != 0 && m_context.isCurrent())
+    deleteName(name);
+  else if (name != 0)
+    m_context.deleteLater(deleteName, name);
+  name = 0;
 }

@@ -2,9 +2,9 @@
 #define OM_FRAME_BUFFER_OBJECT_H
 
 #include "foundation/core/omTypes.h"
+#include "render/omShareGroup.h"
 
 #include <GL/gl.h>
-#include <boost/weak_ptr.hpp>
 
 class OmTexture;
 
@@ -22,64 +22,70 @@ class OmTexture;
 ///   OmFrameBufferObject::unbind();
 /// \endcode
 ///
-/// Rests on GL_EXT_framebuffer_object (OmGL::SupportFBO). Works on the calling thread's current GL context. The texture
-/// is the caller's and stays alive while it is attached; the framebuffer and its depth buffer are the object's own.
+/// Needs GL_EXT_framebuffer_object (OmGL::SupportFBO). Works on the calling thread's current GL context. The texture
+/// belongs to the caller and must live while it is attached. The framebuffer and its depth buffer belong to this
+/// object.
 class OM_EXPORT OmFrameBufferObject
 {
 public:
-  /// What init() attaches. Another GL attachment point is passed to GL as it is.
+  /// What init() attaches. Any other value is passed to GL as the attachment point of the texture.
   enum FBOType : OmU32
   {
     Color = GL_COLOR_ATTACHMENT0_EXT, ///< the texture as colour buffer 0
     Depth = GL_DEPTH_ATTACHMENT_EXT,  ///< the texture, which has a depth format, as depth buffer
-    ColorAndDepth = 1                 ///< the texture as a colour buffer, with a 24-bit depth buffer beside it
+    ColorAndDepth = 1                 ///< the texture as colour buffer `n`, with a 24-bit depth buffer beside it
   };
 
-  /// No GL names yet; no GL call.
+  /// An object without GL names. Makes no GL call.
   OmFrameBufferObject();
   OmFrameBufferObject(const OmFrameBufferObject&) = delete;
   OmFrameBufferObject& operator=(const OmFrameBufferObject&) = delete;
   /// Deletes the GL names (release()).
   virtual ~OmFrameBufferObject();
 
-  /// Makes the framebuffer, once, and attaches a texture; `n` is the number of the colour attachment for ColorAndDepth.
-  /// Returns whether the framebuffer is complete, and leaves none bound. A depth buffer keeps the size of the texture
-  /// that it was made for. False, with a line of print type 4, without framebuffer objects or for a texture without a
-  /// GL name, which change nothing, and for an incomplete framebuffer.
+  /// Attaches a texture, and leaves no framebuffer object bound. The first call makes the framebuffer. `n` is the
+  /// number of the colour attachment, counted from 0, for ColorAndDepth; the other types ignore it. A depth buffer,
+  /// once made, keeps the size of the first texture. Returns whether the framebuffer is complete, with an error message
+  /// if not. Also false, with an error message and without any change, if there are no framebuffer objects, or if the
+  /// texture has no GL name or belongs to a share group that is not current.
   virtual OmBoolean init(const OmTexture& texture, FBOType type, unsigned int n);
-  /// Whether init() has attached a texture and the framebuffer that is bound now is complete; a line of print type 4
-  /// when it is not complete.
+  /// Whether init() has attached a texture and the framebuffer that is bound now is complete. Call bind() first. Prints
+  /// an error message if that framebuffer is incomplete.
   virtual OmBoolean isValid() const;
-  /// Attaches another texture as colour buffer `index` of the framebuffer that is bound now: bind() comes first. False
-  /// before init().
+  /// Attaches another texture as colour buffer `index`, counted from 0, of the framebuffer that is bound now. Call
+  /// bind() first. Returns false before init() and, with an error message, for a texture of a share group that is not
+  /// current.
   virtual OmBoolean attach(const OmTexture& texture, unsigned int index) const;
-  /// Takes colour buffer `index`, which has the texture's target, from the framebuffer that is bound now.
+  /// Removes colour buffer `index` from the framebuffer that is bound now. Of `texture`, only the texture target
+  /// matters: it must be that of the attached texture. Returns false before init().
   virtual OmBoolean detach(const OmTexture& texture, unsigned int index) const;
-  /// Binds the framebuffer; nothing before init().
+  /// Binds the framebuffer. Does nothing before init(). If the context of init() is not current, prints an error
+  /// message and binds nothing.
   virtual void bind() const;
 
-  /// Binds the window's own frame buffer; nothing where there are no framebuffer objects.
+  /// Binds the window's own framebuffer. Does nothing without framebuffer objects.
   static void unbind();
 
   /// The negation of isValid().
   OmBoolean operator!() const { return !isValid(); }
 
-  /// Deletes the GL names where the current window is of their share group, else forgets them: they go with their
-  /// context. The object is then as new.
+  /// Deletes the GL names. If the context of init() is not current, they are deleted when it is made current next.
+  /// Afterwards the object can be used like a new one.
   void release();
 
 protected:
   GLuint m_framebufferId;  ///< GL name; 0 for none
   GLuint m_renderbufferId; ///< GL name of the depth buffer; 0 for none
-  unsigned int m_width;    ///< of the attached texture, in texels
-  unsigned int m_height;   ///< of the attached texture, in texels
+  unsigned int m_width;    ///< width of the attached texture, in texels
+  unsigned int m_height;   ///< height of the attached texture, in texels
   bool m_initialized;      ///< init() has attached a texture
 
 private:
   OM_INTERNAL void attachDepthBuffer();
+  OM_INTERNAL void letGo(void (*deleteName)(GLuint name), GLuint& name) const;
   OM_INTERNAL OmBoolean attachColor(const OmTexture& texture, unsigned int index, GLuint name) const;
 
-  boost::weak_ptr<const void> m_shareGroup; ///< where the names live
+  OmShareGroup m_context; ///< the context in which the names live
 };
 
 #endif

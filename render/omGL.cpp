@@ -4,6 +4,7 @@
 #include "foundation/core/omPrint.h"
 #include "render/omSimpleWindow.h"
 #include "render/omVersion.h"
+#include "render/window/omCurrentEGL.h"
 
 #include <GL/glx.h>
 
@@ -11,8 +12,8 @@
 #include <cstring>
 #include <ostream>
 
-// The pointers' storage. GL's own name is a weak alias of it, in the same section, so that a copy relocation moves
-// both names together.
+// The pointers' storage. GL's own name is a weak alias of it in the same section, so that a copy relocation moves both
+// names together.
 #define OM_GL_ENTRY_POINT(group, type, name)                                                                           \
   type name = nullptr;                                                                                                 \
   OM_EXPORT extern type om_alias_##name __asm__(#name) __attribute__((weak, alias("om_" #name)));
@@ -23,7 +24,7 @@ OmU32 OmGL::supportStatus = 0;
 namespace
 {
 
-OmBoolean s_firstInit = true; // the lines about what is missing are written once in a process
+OmBoolean s_firstInit = true; // missing features are reported once in a process
 
 enum class Group
 {
@@ -58,17 +59,17 @@ enum class Match
   All
 };
 
-/// One step of the detection. A step is passed over when its bit is set already or when a bit it builds on is not.
+/// One step of the detection. It is skipped if its bit is already set, or if a bit that it builds on is not set.
 struct Step
 {
   OmU32 bit;
   OmU32 buildsOn;
   Match match;
-  const char* extensions[4]; // unused ones are null; GLX extensions are looked up among GLX's
+  const char* extensions[4]; // unused ones are null; names with GLX_ are looked up in GLX's list
   Group group;               // the entry points to load, if any
-  const char* substitute;    // resolve this name for the group's only pointer, and store it only when it resolves
-  const char* missing;       // the line when the feature is not there, if any
-  const char* unresolved;    // another line for entry points that do not resolve, where it differs
+  const char* substitute;    // load the group's only pointer by this name, and store it only if found
+  const char* missing;       // the message if the feature is missing, or null for none
+  const char* unresolved;    // the message if an entry point is not found; null: `missing`
 };
 
 // clang-format off
@@ -122,7 +123,7 @@ constexpr Step Steps[] = {
 };
 // clang-format on
 
-/// A line of the capability report: written when all bits of `when` are set, unless all bits of `unless` are.
+/// A line of the capability report. It is written if all bits of `when` are set and not all bits of `unless` are.
 struct ReportLine
 {
   OmU32 when;
@@ -155,7 +156,8 @@ using Address = void (*)();
 
 Address resolve(const char* name)
 {
-  return glXGetProcAddress(reinterpret_cast<const GLubyte*>(name));
+  return OmCurrentEGL::isCurrent() ? OmCurrentEGL::resolve(name)
+                                   : glXGetProcAddress(reinterpret_cast<const GLubyte*>(name));
 }
 
 void store(Address address, void* pointer)
@@ -163,8 +165,8 @@ void store(Address address, void* pointer)
   std::memcpy(pointer, &address, sizeof address);
 }
 
-/// Loads a step's entry points in order, up to the first that does not resolve. That one is stored all the same,
-/// unless it is a substitute.
+/// Loads a step's entry points in order, up to the first that is not found. A null is stored for that one, unless it is
+/// a substitute.
 bool loadEntryPoints(const Step& step)
 {
   for (const EntryPoint& entryPoint : EntryPoints)
@@ -180,8 +182,12 @@ bool loadEntryPoints(const Step& step)
   return true;
 }
 
+/// The GLX extensions of screen 0, even for a window on another screen: a driver offers the same on all screens.
+/// None for a context that EGL made.
 const char* glxExtensions()
 {
+  if (OmCurrentEGL::isCurrent())
+    return nullptr;
   Display* const display = glXGetCurrentDisplay();
   return display ? glXQueryExtensionsString(display, 0) : nullptr;
 }
@@ -202,7 +208,7 @@ bool matches(const Step& step, const char* extensions)
 void reportMissing(const char* line)
 {
   if (s_firstInit && line)
-    Om::Print::instance().ostream(3, InitSignature) << line;
+    Om::Print::instance().ostream(Om::Print::Report, InitSignature) << line;
 }
 
 void detect(const Step& step, const char* glExtensions)
@@ -223,7 +229,7 @@ void applyVersion(int major, int minor)
   if (major == 1 && minor > 2)
     OmGL::setExtension(OmGL::SupportGL13);
   else if (major == 1 && minor >= 0)
-    Om::Print::instance().ostream(5, InitSignature)
+    Om::Print::instance().ostream(Om::Print::Warning, InitSignature)
         << "Don't have minimum level of OpenGL support.  Found " << major << "." << minor << std::endl;
   else if (major == 2)
     OmGL::setExtension(OmGL::SupportGL13 | OmGL::SupportGL20);
@@ -232,21 +238,22 @@ void applyVersion(int major, int minor)
 void report(int major, int minor)
 {
   Om::Print& print = Om::Print::instance();
-  if (print.printLevel() > 1)
+  if (print.printLevel() > Om::Print::Trace)
     return;
-  print.ostream(3, InitSignature) << "OpenGL Hardware Features Supported (version " << major << "." << minor << ")\n";
-  print.ostream(3, InitSignature) << Ruler << "\n";
+  print.ostream(Om::Print::Report, InitSignature)
+      << "OpenGL Hardware Features Supported (version " << major << "." << minor << ")\n";
+  print.ostream(Om::Print::Report, InitSignature) << Ruler << "\n";
   for (const ReportLine& line : ReportLines)
     if (OmGL::isSupported(line.when) && !(line.unless && OmGL::isSupported(line.unless)))
-      print.ostream(3, InitSignature) << line.text;
-  print.ostream(3, InitSignature) << Ruler << std::endl;
+      print.ostream(Om::Print::Report, InitSignature) << line.text;
+  print.ostream(Om::Print::Report, InitSignature) << Ruler << std::endl;
 }
 
-/// Opens a hidden window for as long as it takes to run OmGL::init() in its context.
+/// Opens a hidden window, which runs OmGL::init() in its context, and closes it.
 void detectInHiddenWindow()
 {
-  // Not 0 any more: what the window itself asks meanwhile starts no second detection, and a process in which no
-  // window can be opened does not try again.
+  // No longer 0, so that isSupported() starts no second detection while the window opens. If no window can be opened,
+  // the process does not try again.
   OmGL::supportStatus = OmGL::SupportOpenGL;
   OmSimpleWindow window;
   window.setHideWindow(true);
@@ -296,7 +303,8 @@ OmBoolean OmGL::init()
   int minor = 0;
   if (!version || !extensions || std::sscanf(version, "%d.%d", &major, &minor) != 2)
   {
-    Om::Print::instance().ostream(4, InitSignature) << "OpenGL has not been initialized yet." << std::endl;
+    Om::Print::instance().ostream(Om::Print::Error, InitSignature)
+        << "OpenGL has not been initialized yet." << std::endl;
     return false;
   }
 
@@ -326,7 +334,7 @@ OmBoolean OmGL::printGLError(const GLchar* file, GLuint line)
   const GLenum code = glGetError();
   if (code == GL_NO_ERROR)
     return true;
-  Om::Print::instance().ostream(4, "static OmBoolean OmGL::printGLError(const GLchar*, GLuint)")
+  Om::Print::instance().ostream(Om::Print::Error, "static OmBoolean OmGL::printGLError(const GLchar*, GLuint)")
       << "OpenGL Error: File " << (file ? file : "(null)") << ", line " << line << ": " << errorText(code) << std::endl;
   return false;
 }

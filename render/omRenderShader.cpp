@@ -1,7 +1,7 @@
 #include "render/omRenderShader.h"
 
-#include "render/omTexture3Vectors.h"
 #include "render/omVersion.h"
+#include "render/texture3/omTexture3LookUp.h"
 
 #include <GL/gl.h>
 
@@ -45,7 +45,7 @@ float inDegrees(double radians)
   if (degrees < 0.0f)
   {
     const float positive = degrees + 360.0f;
-    return positive < 360.0f ? positive : 0.0f; // a tiny angle below 0 rounds to the whole turn
+    return positive < 360.0f ? positive : 0.0f; // for a tiny angle below 0 the sum rounds to 360
   }
   return degrees >= 360.0f ? degrees - 360.0f : degrees;
 }
@@ -89,18 +89,18 @@ Texture3::Texture3(vecT3<int> textureSize, int channelCount, float* texels)
 const vecT3<float>& Texture3::tex3D(const vecT3<float>& coords) const
 {
   thread_local vecT3<float> result;
-  return result = Kernel::lookUp(*this, coords);
+  return result = lookUp(*this, coords);
 }
 
 void Texture3::tex3D(const vecT3<float>* coords, vecT3<float>* results, std::size_t count) const
 {
 #if defined(__x86_64__)
-  if (Kernel::hasAvx512())
-    return Kernel::lookUpManyAvx512(*this, coords, results, count);
-  if (Kernel::hasAvx2())
-    return Kernel::lookUpManyAvx2(*this, coords, results, count);
+  if (hasAvx512())
+    return lookUpManyAvx512(*this, coords, results, count);
+  if (hasAvx2())
+    return lookUpManyAvx2(*this, coords, results, count);
 #endif
-  Kernel::lookUpManyPortable(*this, coords, results, count);
+  lookUpManyPortable(*this, coords, results, count);
 }
 
 } // namespace OmRenderShader

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <type_traits>
 
-/// On the processor what a shader does on the card: vectors, a rotation matrix, lookups in a 3-D texture.
+/// The work of a shader, done on the processor: vectors, a rotation matrix, lookups in a 3-D texture.
 ///
 /// \code
 ///   using namespace OmRenderShader;
@@ -21,7 +21,7 @@
 namespace OmRenderShader
 {
 
-/// Three components, stored one after another and nothing else: an array of them goes to GL as it is.
+/// Three components without padding: GL can read an array of them.
 template <class T>
 struct vecT3
 {
@@ -42,45 +42,47 @@ struct matT4
   T m[16]; ///< the elements, column by column
 };
 
-/// The matrix that can be rotated, and taken apart, by angles in degrees.
+/// A matrix that can be rotated, and taken apart into angles. Angles are in degrees.
 template <>
 struct OM_EXPORT matT4<float>
 {
   float m[16]; ///< the elements, column by column
 
-  /// Multiplies from the left by right-handed rotations: the matrix becomes Rx(angles.x) Ry(angles.y) Rz(angles.z) M.
-  /// Degrees. Computed by GL, on the modelview stack of the calling thread's current context, which has to have a place
-  /// left; matrix mode, modelview matrix and stack depth are then as before.
+  /// Multiplies from the left by right-handed rotations: the matrix M becomes Rx(angles.x) Ry(angles.y) Rz(angles.z) M.
+  /// Angles are in degrees. GL computes the product on the modelview stack of the calling thread's current context,
+  /// which needs one free place. Matrix mode, modelview matrix and stack depth are unchanged afterwards.
   void rotate(const vecT3<float>& angles);
-  /// Takes a rotation matrix apart: M = Rz(angles.z) Rx(angles.x) Ry(angles.y), which is another order than that of
-  /// rotate(). Degrees, each from 0 to below 360. Of the angles that give the same matrix, the y angle is 0 or 180
-  /// where m[2] is zero. For other matrices the angles mean nothing; NaN gives NaN.
+  /// Takes a rotation matrix apart: M = Rz(angles.z) Rx(angles.x) Ry(angles.y). This order is not that of rotate().
+  /// Writes the angles in degrees, each from 0 to below 360. If m[2] is zero, the y angle is 0 or 180. The angles of a
+  /// matrix that is not a rotation mean nothing. NaN gives NaN.
   void makeRot(vecT3<float>& angles) const;
 };
 
 /// A 3-D texture in memory.
 ///
-/// Texel k of an axis of n texels lies at coordinate k / n, and coordinates are clamped to 0 to 1 (NaN to 1). A sample
-/// lies between the texels `lower` and `upper`: with p the coordinate times n, rounded to single precision, these are
-/// p without its fraction and p rounded up, neither beyond n - 1, and p - lower is the weight of the upper texel.
+/// Texel k of an axis with n texels lies at coordinate k / n. Coordinates are clamped to 0 to 1, and NaN becomes 1. A
+/// sample lies between the texels `lower` and `upper` of each axis. Let p be the coordinate times n, rounded to single
+/// precision. `lower` is p without its fraction, `upper` is p rounded up, and neither exceeds n - 1. The weight of the
+/// upper texel is p - lower.
 struct OM_EXPORT Texture3
 {
   vecT3<int> size; ///< texels along x, y and z, each at least 1
-  int channels;    ///< floats a texel, at least 1; beyond three only the first three are looked up
-  /// The caller's texels: channel c of texel (x, y, z) is `data[((z * size.y + y) * size.x + x) * channels + c]`,
+  int channels;    ///< floats per texel, at least 1; lookups use the first three
+  /// The caller's texels: channel c of texel (x, y, z) is `data[((z * size.y + y) * size.x + x) * channels + c]`, with
   /// indices in 64 bits.
   float* data;
   int interpolate; ///< 0: the nearest texel, halfway the lower one; otherwise a blend of the eight around the sample
 
-  /// A texture of nearest texels. Keeps the pointer and copies nothing.
+  /// A texture with `interpolate` 0. Keeps the pointer and does not copy the texels.
   Texture3(vecT3<int> textureSize, int channelCount, float* texels);
 
-  /// Looks up one point. Components beyond the texture's channels are 0; so are all without data, with a size below 1
-  /// and without channels. A blend is computed in extended precision (`long double`), along z, then y, then x, and
-  /// rounded to float. The result is the calling thread's one vector: its next call overwrites it.
+  /// Looks up one point. Components beyond the texture's channels are 0. All are 0 if the texture has no data or no
+  /// channels, or if a size is below 1. A blend is computed in extended precision (`long double`), along z, then y,
+  /// then x, and rounded to float. The result is a vector that the calling thread's next call overwrites.
   const vecT3<float>& tex3D(const vecT3<float>& coords) const;
-  /// Looks up many points, several times faster. In the default floating-point mode every result is bit for bit that of
-  /// the lookup above. `results` has room for `count`; it may be `coords` itself, and must not overlap it otherwise.
+  /// Looks up `count` points, several times faster than one at a time. In the default floating-point mode the results
+  /// are bit for bit those of the lookup above. `results` has room for `count` vectors. It may be `coords` itself, but
+  /// must not overlap it otherwise.
   void tex3D(const vecT3<float>* coords, vecT3<float>* results, std::size_t count) const;
 };
 

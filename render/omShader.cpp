@@ -6,9 +6,7 @@
 #include "render/omVersion.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <new>
 
@@ -38,6 +36,16 @@ GLint parameter(GLhandleARB handle, GLenum name)
   GLint value = 0;
   glGetObjectParameterivARB(handle, name, &value);
   return value;
+}
+
+/// False if the file does not open, or if it opens and cannot be read, as a directory does.
+bool readFile(const OmString& path, OmString& text)
+{
+  std::ifstream file(path, std::ios::binary);
+  char part[4096];
+  while (file.read(part, sizeof part) || file.gcount() > 0)
+    text.append(part, static_cast<std::size_t>(file.gcount()));
+  return file.is_open() && !file.bad();
 }
 
 } // namespace
@@ -72,33 +80,29 @@ GLhandleARB* OmShader::shaderOf(ShaderType type)
 
 OmBoolean OmShader::loadShaderFromFile(const OmString& fileName, ShaderType type)
 {
-  const OmString path = Om::Application::findFile(fileName);
-  std::ifstream file(path, std::ios::binary);
-  std::error_code error;
-  if (!file || std::filesystem::is_directory(path, error))
-  {
-    Om::Print::instance().write(4, "OmShader::loadShaderFromFile - can't open %s.\n", fileName.c_str());
-    return false;
-  }
-  const OmString source{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  file.close();
-  return loadShaderFromString(source, type);
+  OmString source;
+  if (readFile(Om::Application::findFile(fileName), source))
+    return loadShaderFromString(source, type);
+  Om::Print::instance().write(Om::Print::Error, "OmShader::loadShaderFromFile - can't open %s.\n", fileName.c_str());
+  return false;
 }
 
 OmBoolean OmShader::loadShaderFromString(const OmString& source, ShaderType type)
 {
   if (!init())
     return false;
+  forgetForeign();
   const GLhandleARB handle = glCreateShaderObjectARB(type);
   GLhandleARB* const shader = shaderOf(type);
   if (!shader)
   {
-    Om::Print::instance().write(4, "OmShader: Invalid ShaderType\n");
+    Om::Print::instance().write(Om::Print::Error, "OmShader: Invalid ShaderType\n");
     return false;
   }
   if (handle == 0)
-    Om::Print::instance().write(4, "OmShader: The GL made no shader object: it has none of the type, or no context is "
-                                   "current on this thread.\n");
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmShader: The GL made no shader object: it has none of the type, or no context is "
+                                "current on this thread.\n");
   if (*shader != 0 && *shader != handle)
     glDeleteObjectARB(*shader);
   *shader = handle;
@@ -119,6 +123,7 @@ OmBoolean OmShader::loadShaders(const OmString& baseName)
 OmBoolean OmShader::attach(OmBoolean link)
 {
   const Om::Print::ScopedPrint scope("virtual OmBoolean OmShader::attach(OmBoolean)", "");
+  forgetForeign();
   if (m_fragmentShaderId == 0 && m_vertexShaderId == 0 && m_geometryShaderId == 0)
     return false;
   if (m_programId != 0 && glGetHandleARB(GL_PROGRAM_OBJECT_ARB) != 0)
@@ -128,15 +133,39 @@ OmBoolean OmShader::attach(OmBoolean link)
   for (const GLhandleARB shader : {m_vertexShaderId, m_geometryShaderId, m_fragmentShaderId})
     if (shader != 0)
       glAttachObjectARB(m_programId, shader);
+  m_linkTried = link;
+  m_linkReported = false;
   if (!link)
     return true;
   glLinkProgramARB(m_programId);
   return enable();
 }
 
+/// Starts over if the current share group is not that of the handles. They are neither used nor deleted here, because
+/// the same numbers may belong to other objects.
+void OmShader::forgetForeign()
+{
+  if (m_shareGroup.isCurrent())
+    return;
+  m_programId = 0;
+  m_fragmentShaderId = 0;
+  m_geometryShaderId = 0;
+  m_vertexShaderId = 0;
+  m_shareGroup = OmShareGroup::current();
+}
+
+bool OmShader::isProgramUsable(const char* operation) const
+{
+  if (m_shareGroup.isCurrent())
+    return true;
+  Om::Print::instance().write(Om::Print::Error, "OmShader::%s - No window of the program's share group is current.\n",
+                              operation);
+  return false;
+}
+
 void OmShader::detachAll() const
 {
-  constexpr GLsizei Most = 10;
+  constexpr GLsizei Most = 10; // attach() leaves at most one per stage; the caller may have attached others
   GLhandleARB attached[Most] = {};
   const GLint count = parameter(m_programId, GL_OBJECT_ATTACHED_OBJECTS_ARB);
   glGetAttachedObjectsARB(m_programId, Most, nullptr, attached);
@@ -146,12 +175,27 @@ void OmShader::detachAll() const
 
 OmBoolean OmShader::enable() const
 {
-  if (!m_initialized)
+  if (!m_initialized || !isProgramUsable("enable"))
     return false;
   if (parameter(m_programId, GL_OBJECT_LINK_STATUS_ARB) != GL_TRUE)
+  {
+    if (m_linkTried && !m_linkReported)
+      reportLinkFailure();
     glLinkProgramARB(m_programId);
+    m_linkTried = true;
+  }
   glUseProgramObjectARB(m_programId);
   return true;
+}
+
+void OmShader::reportLinkFailure() const
+{
+  m_linkReported = true;
+  if (parameter(m_programId, GL_OBJECT_INFO_LOG_LENGTH_ARB) > 1)
+    printInfoLog(m_programId, static_cast<ShaderType>(0)); // no stage: the message names the program
+  else
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmShader: The program does not link, and the driver does not say why.\n");
 }
 
 OmBoolean OmShader::disable() const
@@ -166,9 +210,11 @@ int OmShader::getUniformLocation(const char* name) const
 {
   if (!m_initialized)
     return 0;
+  if (!isProgramUsable("getUniformLocation"))
+    return -1;
   const GLint location = glGetUniformLocationARB(m_programId, name);
   if (location == -1)
-    Om::Print::instance().write(4, "OmShader: No such uniform named \"%s\"\n", name);
+    Om::Print::instance().write(Om::Print::Error, "OmShader: No such uniform named \"%s\"\n", name);
   return location;
 }
 
@@ -185,12 +231,12 @@ void OmShader::printInfoLog(unsigned int handle, ShaderType type) const
   const std::unique_ptr<GLcharARB[]> log(new (std::nothrow) GLcharARB[static_cast<std::size_t>(length)]());
   if (!log)
   {
-    Om::Print::instance().write(4, "OmShader: Could not allocate InfoLog buffer\n");
+    Om::Print::instance().write(Om::Print::Error, "OmShader: Could not allocate InfoLog buffer\n");
     return;
   }
   GLsizei written = 0;
   glGetInfoLogARB(handle, length, &written, log.get());
-  Om::Print::instance().write(4, "OmShader: %s Shader InfoLog:\n%s\n\n", label(type), log.get());
+  Om::Print::instance().write(Om::Print::Error, "OmShader: %s Shader InfoLog:\n%s\n\n", label(type), log.get());
 }
 
 OmString OmShader::getVertexShader()

@@ -1,6 +1,7 @@
 #include "render/omSimpleWindow.h"
 
 #include "foundation/common/omUtils.h"
+#include "foundation/core/omPrint.h"
 #include "image/omImage.h"
 #include "image/omImageBlock.h"
 #include "render/omGL.h"
@@ -24,7 +25,7 @@ struct Rectangle
   OmU32 height;
 };
 
-/// The part of a window that a block names; empty where nothing of it is inside.
+/// The part of a window that a block names. Empty if all of it lies outside the window.
 Rectangle readRectangle(const OmImageBlock* block, OmU32 windowWidth, OmU32 windowHeight)
 {
   if (!block)
@@ -37,7 +38,7 @@ Rectangle readRectangle(const OmImageBlock* block, OmU32 windowWidth, OmU32 wind
   return {corner.x(), windowHeight - height - corner.y(), width, height};
 }
 
-/// Makes room for what is read where the image has none, and gives the place for it.
+/// Gives the image the shape of what is read unless it has it, and returns where the pixels go.
 OmU8* captureTarget(OmImage& image, OmU32 flags, OmU32 channels, const Rectangle& rectangle)
 {
   const bool otherShape =
@@ -83,7 +84,7 @@ void OmSimpleWindow::setViewport() const
 
 void OmSimpleWindow::closeWindow()
 {
-  makeCurrent();
+  makeCurrent(); // a texture is deleted in its own share group
   m_pTexture.reset();
   OmWindow::closeWindow();
 }
@@ -113,7 +114,8 @@ void OmSimpleWindow::clear() const
   if (!m_initialized)
     return;
   makeCurrent();
-  glClear(GL_COLOR_BUFFER_BIT);
+  if (!m_pImpl || m_pImpl->hasTarget())
+    glClear(GL_COLOR_BUFFER_BIT);
 }
 
 void OmSimpleWindow::setGLOrtho() const
@@ -126,7 +128,7 @@ void OmSimpleWindow::setGLOrtho() const
   glOrtho(0.0, 1.0, 0.0, 1.0, -1.0, 1.0);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
-  glTranslatef(0.0f, 0.0f, -1.0f);
+  glTranslatef(0.0f, 0.0f, -1.0f); // onto the far plane, so that the caller's own drawing is in front of the picture
 }
 
 OmBoolean OmSimpleWindow::renderScene(OmBoolean swap)
@@ -136,8 +138,17 @@ OmBoolean OmSimpleWindow::renderScene(OmBoolean swap)
   if (!m_pTexture)
     return false;
   clear();
+  if (m_pImpl && !m_pImpl->hasTarget())
+  {
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmSimpleWindow::renderScene - This device has no pbuffers, and so the window no "
+                                "pixels; use OmFBOWindow with off-screen rendering.\n");
+    return false;
+  }
   setGLOrtho();
-  m_pTexture->drawScreenAlignedQuad(0.0f, 0.0f, 1.0f, 1.0f);
+  const OmBoolean drawn = m_pTexture->drawScreenAlignedQuad(0.0f, 0.0f, 1.0f, 1.0f);
+  if (!drawn && m_pTexture->id() != 0) // without a picture the window is black
+    return false;
   if (swap)
     swapBuffers();
   return true;
@@ -148,7 +159,7 @@ OmBoolean OmSimpleWindow::setImageBuffer(const OmImage& image, OmBoolean swap)
   if (image.width() != m_width || image.height() != m_height)
   {
     setWindowSize(image.width(), image.height());
-    OmSLEEPMS(0);
+    OmSLEEPMS(0); // lets an X server on the same processor resize before the picture is drawn
   }
   if (!m_initialized && !init())
     return false;
@@ -165,7 +176,7 @@ OmBoolean OmSimpleWindow::setImageBuffer(boost::shared_ptr<OmTexture> texture, O
   if (!texture)
     return false;
   if (m_pTexture)
-    makeCurrent();
+    makeCurrent(); // the previous texture may be deleted with its last pointer
   m_pTexture = texture;
   if (texture->width() != m_width || texture->height() != m_height)
     setWindowSize(texture->width(), texture->height());

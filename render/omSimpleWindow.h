@@ -19,62 +19,69 @@ class OmTexture;
 ///   captured.copyFromOrToFlipped(true); // top row first again
 /// \endcode
 ///
-/// The window takes the size of the picture and opens itself on first use. Images of one size and format, one after
-/// another, are uploaded into one texture in place, padded storage excepted. Runs on any OpenGL; see OmTexture for how
-/// images are stored.
+/// The window takes the size of the picture and opens when it is first used. If one image has the size and channel
+/// count of the one before, it is uploaded into the same texture in place, except in padded storage. Works with any
+/// OpenGL version; see OmTexture for how images are stored.
 class OM_EXPORT OmSimpleWindow : public OmWindow
 {
 public:
   /// Flags of renderSceneAndCaptureImage().
   enum CaptureFlags : OmU32
   {
-    CaptureFlipped = 0x8 ///< read into the image's flipped copy, whose row order is GL's own
+    CaptureFlipped = 0x8 ///< read into the image's flipped copy, which is bottom row first as GL reads
   };
 
-  /// A window without a picture; opens nothing.
+  /// A window without a picture. Opens nothing.
   OmSimpleWindow();
   ~OmSimpleWindow() override;
 
-  /// As OmWindow::setWindowSize(); an initialised window's GL viewport follows, after the picture has been drawn again.
+  /// Like OmWindow::setWindowSize(). Then sets the GL viewport of an initialised window to the size; the picture was
+  /// drawn again before that.
   OmBoolean setWindowSize(OmU32 width, OmU32 height) override;
-  /// As OmWindow::setWindowSizeAndPos(), with the viewport as in setWindowSize().
+  /// Like OmWindow::setWindowSizeAndPos(). Then sets the GL viewport like setWindowSize().
   OmBoolean setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y) override;
-  /// Lets go of the picture, then closes the window.
+  /// Drops the picture, then closes the window.
   void closeWindow() override;
-  /// Opens the window where needed, sets the GL state for drawing pictures (no depth test, lighting, blending or
-  /// dithering, black background), clears and swaps.
+  /// Opens the window unless it is open. Then sets the GL state for drawing pictures (no depth test, lighting, blending
+  /// or dithering, black background), clears and swaps. Returns false if the window does not open.
   OmBoolean init() override;
-  /// Clears, draws the picture over the whole drawing area and swaps when `swap` is true. False when the window does
-  /// not open; without a picture the area is black, and that is true.
+  /// Clears, draws the picture over the whole drawing area, and swaps if `swap` is true. Opens the window first unless
+  /// it is open. Without a picture the area is black. Returns false if the window does not open and, with an error
+  /// message, for a texture of another share group.
   OmBoolean renderScene(OmBoolean swap) override;
-  /// Sizes the window to the image, opens it where needed, uploads the image into the window's texture and draws it;
-  /// swaps when `swap` is true. False when the window does not open or the upload is refused.
+  /// Sizes the window to the image, opens it unless it is open, uploads the image into the window's texture and draws
+  /// it. Swaps if `swap` is true. Returns false if the window does not open or the upload fails.
   OmBoolean setImageBuffer(const OmImage& image, OmBoolean swap) override;
-  /// Draws, reads the drawing back, then swaps. The image is made anew where its size differs from what is read or
-  /// where it has not 3 (RGB) or 4 (RGBA) channels; it then has 3. Rows arrive bottom row first, GL's order: with
-  /// CaptureFlipped in the flipped copy, where that order belongs, else in the image's pixels.
+  /// Draws, reads the drawing back into `image`, then swaps. The image gets the size of what is read. It keeps 4
+  /// channels (RGBA) if it has 4, otherwise it gets 3 (RGB). `flags` is CaptureFlipped or 0. Rows arrive bottom row
+  /// first, in GL's order. With CaptureFlipped they go into the flipped copy, which has that order. With 0 they go into
+  /// the pixels, whose first row is then the bottom one.
   ///
-  /// A flipped copy of the right shape is written as it is, in use or not; without CaptureFlipped only the pixels are,
-  /// and a flipped copy that is in use stays in use.
+  /// A flipped copy of the right shape is overwritten, and whether it is in use does not change. With 0, only the
+  /// pixels are written, and a flipped copy of that shape that is in use stays in use.
   ///
-  /// `block` names the part to read, its corner counted from the top left of the window; it is cut to the window. Null
-  /// reads the whole window. False, with the image as it was, when the window does not open or has no texture, and when
-  /// the block lies outside. The pixels of a window that is hidden or covered may be undefined. GL's pack state, the
-  /// alignment aside, and its pixel buffer binding have to be the defaults.
+  /// `block` names the part to read, in pixels, with its corner counted from the top left of the window. It is cut to
+  /// the window. Null reads the whole window. Returns false, with the image unchanged, if renderScene() fails or
+  /// nothing of the block lies inside the window. The pixels of a hidden or covered window may be undefined;
+  /// OmFBOWindow reads defined ones. GL's pixel buffer binding and pack state must be at their defaults, except for the
+  /// alignment, which is set here.
   OmBoolean renderSceneAndCaptureImage(OmImage& image, OmU32 flags, const OmImageBlock* block) override;
 
-  /// Clears the drawing area to black. Nothing before init().
+  /// Clears the drawing area to black. Does nothing before init().
   virtual void clear() const;
   /// Shows a texture that may be shared with the caller and with other windows of the share group: sizes the window to
-  /// it, opens it where needed, draws, and swaps when `swap` is true. False for an empty pointer, which changes
-  /// nothing, for a texture without a GL name, and when the window does not open.
+  /// it, opens the window unless it is open, and draws. Swaps if `swap` is true. Returns false for an empty pointer,
+  /// which changes nothing. Also false if the window does not open, for a texture without a GL name and, with an error
+  /// message, for a texture of another share group; the texture is then the window's picture all the same.
   virtual OmBoolean setImageBuffer(boost::shared_ptr<OmTexture> texture, OmBoolean swap);
-  /// Loads the projection in which the drawing area spans 0 to 1 in both directions, origin at the bottom left.
-  /// Nothing before init().
+  /// Loads the projection in which the drawing area spans 0 to 1 in both directions, with the origin at the bottom
+  /// left, and a modelview matrix that puts z = 0 on the far plane. Leaves the modelview matrix selected. Does nothing
+  /// before init().
   virtual void setGLOrtho() const;
 
-  /// Shows an image for that many seconds in a window of its own at a screen position in pixels, and blocks meanwhile.
-  /// False when it could not be shown, and at once when `seconds` is not greater than 0.
+  /// Shows an image in a new window with the title `name` at a screen position in pixels, and blocks for `seconds`.
+  /// Returns false if the image could not be shown; blocks in this case too. Returns false at once if `seconds` is not
+  /// greater than 0.
   static OmBoolean displayImage(const OmImage& image, double seconds, const OmString& name, OmU32 x, OmU32 y);
 
 protected:

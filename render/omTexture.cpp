@@ -5,6 +5,7 @@
 #include "render/omGL.h"
 #include "render/omVersion.h"
 #include "render/omWindow.h"
+#include "render/texture/omTexelSize.h"
 
 #include <algorithm>
 #include <array>
@@ -17,44 +18,10 @@
 namespace
 {
 
-// What earlier bindings may have left on a texture unit that a later drawing would suffer from. Set for good by the
-// first texture of the kind, so that processes without any pay nothing.
+// Whether an earlier binding has changed a texture unit in a way that would disturb a later drawing. Never cleared. A
+// process that never binds such textures pays nothing.
 bool s_textureMatrixScaled = false;
 bool s_rectangleEnabled = false;
-
-struct FormatSize
-{
-  GLenum format;
-  unsigned int components;
-};
-
-constexpr FormatSize FormatSizes[] = {
-    {GL_RGB, 3},
-    {GL_RGBA, 4},
-    {GL_LUMINANCE, 1},
-    {GL_LUMINANCE_ALPHA, 2},
-    {GL_RGB_INTEGER_EXT, 3},
-    {GL_RGBA_INTEGER_EXT, 4},
-    {GL_LUMINANCE_INTEGER_EXT, 1},
-    {GL_LUMINANCE_ALPHA_INTEGER_EXT, 2},
-    {GL_RED, 1},
-    {GL_GREEN, 1},
-    {GL_BLUE, 1},
-    {GL_ALPHA, 1},
-    {GL_BGR, 3},
-    {GL_BGRA, 4},
-    {GL_DEPTH_COMPONENT, 1},
-};
-
-/// Bytes per texel; 0 for formats that are not known here.
-unsigned int texelSize(GLenum format, GLenum type)
-{
-  if (type == GL_UNSIGNED_BYTE)
-    for (const FormatSize& size : FormatSizes)
-      if (size.format == format)
-        return size.components;
-  return 0;
-}
 
 OmU32 saturated(std::size_t size)
 {
@@ -66,7 +33,18 @@ float quotient(OmU32 part, OmU32 whole)
   return whole == 0 ? 0.0f : static_cast<float>(static_cast<double>(part) / whole);
 }
 
-/// A corner of a quad: which texture coordinates it takes from textureCoords(), and where it is.
+void deleteTexture(OmU32 name)
+{
+  glDeleteTextures(1, &name);
+}
+
+void reportNoContext()
+{
+  Om::Print::instance().write(Om::Print::Error,
+                              "OmTexture: No GL context is current on this thread; open a window on it first.\n");
+}
+
+/// A corner of a quad: the indices of its texture coordinates in textureCoords(), and its position.
 struct Corner
 {
   int s;
@@ -80,7 +58,7 @@ std::array<Corner, 4> quadCorners(float x0, float y0, float x1, float y1)
   return {{{0, 1, x0, y0}, {2, 1, x1, y0}, {2, 3, x1, y1}, {0, 3, x0, y1}}};
 }
 
-/// Calls `change` with the texture matrix selected and restores the matrix mode.
+/// Calls `change` with the texture matrix selected, then restores the matrix mode.
 template <class Change>
 void changeTextureMatrix(Change change)
 {
@@ -150,7 +128,7 @@ OmBoolean OmTexture::loadFromFile(const OmString& fileName, const OmTextureParam
   OmImage image;
   if (!OmImageReaderWriter::read(image, fileName))
   {
-    Om::Print::instance().ostream(4, signature) << "Can't read file (" << fileName << ")" << std::endl;
+    Om::Print::instance().ostream(Om::Print::Error, signature) << "Can't read file (" << fileName << ")" << std::endl;
     return false;
   }
   m_orientation = orientation;
@@ -208,22 +186,25 @@ OmBoolean OmTexture::loadShell(OmU32 width, OmU32 height, const OmTextureParamet
   return load(nullptr, 0);
 }
 
-/// Makes a GL name where there is none that the current context knows.
+/// Makes a GL name unless there is one that the current context knows.
 void OmTexture::ensureName(const char* signature)
 {
-  if (m_id != 0 && OmWindow::getWindow() && !OmWindow::isShareGroupCurrent(m_shareGroup))
+  if (m_id != 0 && !m_shareGroup.isCurrent())
+  {
+    m_shareGroup.deleteLater(deleteTexture, m_id);
     m_id = 0;
+  }
   if (m_id != 0)
     return;
   glGenTextures(1, &m_id);
   if (m_id == 0)
-    Om::Print::instance().write(4, "OmTexture: No GL context is current on this thread; open a window on it first.\n");
-  m_shareGroup = OmWindow::currentShareGroup();
+    reportNoContext();
+  m_shareGroup = OmShareGroup::current();
   m_storage = Storage();
-  Om::Print::instance().ostream(1, signature) << "Creating texture ID " << m_id << std::endl;
+  Om::Print::instance().ostream(Om::Print::Trace, signature) << "Creating texture ID " << m_id << std::endl;
 }
 
-/// A GL name stays with the target that it was first bound to; another target takes another name.
+/// A GL name keeps the target that it was first bound to. For another target, makes another name.
 void OmTexture::matchNameToTarget(const char* signature)
 {
   if (m_storage.target == 0 || m_storage.target == textureType())
@@ -232,90 +213,92 @@ void OmTexture::matchNameToTarget(const char* signature)
   ensureName(signature);
 }
 
+/// How an image of that size is stored with the current settings.
+OmTexture::Fit OmTexture::fit(OmU32 width, OmU32 height) const
+{
+  const OmU32 requested = m_parameters.requestedTextureType();
+  const bool isPowerOf2 = width == OmGL::powerOf2(width) && height == OmGL::powerOf2(height);
+  const bool isFloatRectangle = m_parameters.isFloatType() && textureType() == GL_TEXTURE_RECTANGLE_ARB;
+  if (isPowerOf2 && !isFloatRectangle)
+    return Fit::Exact;
+  if (OmGL::isSupported(OmGL::SupportNPOT) && (requested == GL_TEXTURE_2D || requested == 0))
+    return Fit::Exact;
+  if (OmGL::isSupported(OmGL::SupportTextureRectangle) && (requested == GL_TEXTURE_RECTANGLE_ARB || requested == 0))
+    return Fit::Rectangle;
+  return Fit::Padded;
+}
+
 OmBoolean OmTexture::calculatePOT(OmU32 width, OmU32 height)
 {
   const Om::Print::ScopedPrint scope("virtual OmBoolean OmTexture::calculatePOT(OmU32, OmU32)", "");
-  m_reuse = false;
-  const OmU32 potWidth = OmGL::powerOf2(width);
-  const OmU32 potHeight = OmGL::powerOf2(height);
-  m_texCoords[0] = m_texCoords[1] = 0.0f;
-
   if (m_parameters.pixelFormat() == OmTextureParameters::NoFormat)
     m_parameters.setPixelFormat(OmTextureParameters::RGB);
   if (m_parameters.internalFormat() == OmTextureParameters::NoFormat)
     m_parameters.setInternalFormat(m_parameters.pixelFormat());
 
-  const OmU32 requested = m_parameters.requestedTextureType();
-  const bool floatRectangle = m_parameters.isFloatType() && textureType() == GL_TEXTURE_RECTANGLE_ARB;
-  const bool asIs = (width == potWidth && height == potHeight && !floatRectangle) ||
-                    (OmGL::isSupported(OmGL::SupportNPOT) && (requested == GL_TEXTURE_2D || requested == 0));
-  const bool rectangle = !asIs && OmGL::isSupported(OmGL::SupportTextureRectangle) &&
-                         (requested == GL_TEXTURE_RECTANGLE_ARB || requested == 0);
-  m_padded = !asIs && !rectangle;
-  if (m_padded)
-  {
-    m_width = potWidth;
-    m_height = potHeight;
-    m_texCoords[2] = quotient(width, potWidth);
-    m_texCoords[3] = quotient(height, potHeight);
-    return false;
-  }
-
-  if (rectangle)
+  const Fit chosen = fit(width, height);
+  if (chosen == Fit::Rectangle)
     m_parameters.setTextureType(GL_TEXTURE_RECTANGLE_ARB);
-  m_reuse = m_width == width && m_height == height;
-  m_width = width;
-  m_height = height;
-  const bool inTexels = textureType() == GL_TEXTURE_RECTANGLE_ARB; // also where the size needed no rectangle
-  m_texCoords[2] = inTexels ? static_cast<float>(width) : 1.0f;
-  m_texCoords[3] = inTexels ? static_cast<float>(height) : 1.0f;
-  return true;
+  m_padded = chosen == Fit::Padded;
+  const OmU32 storageWidth = m_padded ? OmGL::powerOf2(width) : width;
+  const OmU32 storageHeight = m_padded ? OmGL::powerOf2(height) : height;
+  m_reuse = !m_padded && m_width == storageWidth && m_height == storageHeight;
+  m_width = storageWidth;
+  m_height = storageHeight;
+
+  const bool inTexels = textureType() == GL_TEXTURE_RECTANGLE_ARB; // even if the size needs no rectangle texture
+  m_texCoords[0] = m_texCoords[1] = 0.0f;
+  m_texCoords[2] = m_padded ? quotient(width, m_width) : inTexels ? static_cast<float>(width) : 1.0f;
+  m_texCoords[3] = m_padded ? quotient(height, m_height) : inTexels ? static_cast<float>(height) : 1.0f;
+  return !m_padded;
 }
 
 OmBoolean OmTexture::load(const OmU8* data, OmU32 size)
 {
   static constexpr char signature[] = "virtual OmBoolean OmTexture::load(const OmU8*, OmU32)";
   const Om::Print::ScopedPrint scope(signature, "");
-  if (m_id != 0 && OmWindow::getWindow() && !OmWindow::isShareGroupCurrent(m_shareGroup))
+  if (m_id != 0 && !glGetString(GL_VERSION)) // null without a context
   {
-    Om::Print::instance().write(4, "OmTexture::load - the texture belongs to windows of another share group.\n");
+    reportNoContext();
     return false;
   }
+  if (data && !isEnough(size))
+    return false;
   if (!bind())
     return false;
-  m_storage.target = textureType(); // for good: a name keeps the target of its first binding
-  if (data && !isLargeEnough(size))
-  {
-    Om::Print::instance().write(4, "OmTexture::load - %u bytes are too few for %u x %u texels of %u bytes.\n", size,
-                                m_width, m_height, texelSize(m_parameters.pixelFormat(), m_parameters.dataFormat()));
-    return false;
-  }
+  m_storage.target = textureType(); // a name keeps the target of its first binding
   m_parameters.ApplyParameters();
   glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-
-  const Storage wanted = {textureType(), m_parameters.internalFormat(), m_width, m_height};
-  const auto width = static_cast<GLsizei>(m_width);
-  const auto height = static_cast<GLsizei>(m_height);
-  const auto internalFormat = static_cast<GLint>(m_parameters.internalFormat());
   if (m_performFloatConversion)
-  {
-    uploadFloats(data, size);
-  }
-  else if (m_reuse && m_storage == wanted)
-  {
-    Om::Print::instance().ostream(2, signature) << "Reusing texture." << std::endl;
-    glTexSubImage2D(textureType(), 0, 0, 0, width, height, m_parameters.pixelFormat(), m_parameters.dataFormat(), data);
-  }
+    uploadAsFloats(data, size);
   else
-  {
-    glTexImage2D(textureType(), 0, internalFormat, width, height, 0, m_parameters.pixelFormat(),
-                 m_parameters.dataFormat(), data);
-  }
-  m_storage = wanted;
+    upload(data, signature);
+  m_storage = wantedStorage();
   return true;
 }
 
-void OmTexture::uploadFloats(const OmU8* data, OmU32 size)
+OmTexture::Storage OmTexture::wantedStorage() const
+{
+  return {textureType(), m_parameters.internalFormat(), m_width, m_height};
+}
+
+void OmTexture::upload(const OmU8* data, const char* signature) const
+{
+  const bool inPlace = m_reuse && m_storage == wantedStorage();
+  if (inPlace)
+    Om::Print::instance().ostream(Om::Print::Notice, signature) << "Reusing texture." << std::endl;
+  const auto width = static_cast<GLsizei>(m_width);
+  const auto height = static_cast<GLsizei>(m_height);
+  const GLenum format = m_parameters.pixelFormat();
+  const GLenum type = m_parameters.dataFormat();
+  if (inPlace)
+    glTexSubImage2D(textureType(), 0, 0, 0, width, height, format, type, data);
+  else
+    glTexImage2D(textureType(), 0, static_cast<GLint>(m_parameters.internalFormat()), width, height, 0, format, type,
+                 data);
+}
+
+void OmTexture::uploadAsFloats(const OmU8* data, OmU32 size) const
 {
   std::vector<float> floats;
   if (data)
@@ -325,11 +308,22 @@ void OmTexture::uploadFloats(const OmU8* data, OmU32 size)
                floats.empty() ? nullptr : floats.data());
 }
 
-bool OmTexture::isLargeEnough(OmU32 size) const
+/// Whether `size` bytes are enough for the storage; prints an error message if not.
+bool OmTexture::isEnough(OmU32 size) const
 {
-  const std::size_t texels = std::size_t(m_width) * m_height;
-  const unsigned int bytes = texelSize(m_parameters.pixelFormat(), m_parameters.dataFormat());
-  return bytes == 0 || texels <= size / bytes;
+  const GLenum format = m_parameters.pixelFormat();
+  const GLenum type = m_performFloatConversion ? GL_UNSIGNED_BYTE : m_parameters.dataFormat();
+  const unsigned int bytes = omTexelSize(format, type);
+  if (bytes == 0)
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmTexture::load - Pixels of format 0x%x and type 0x%x are not known.\n", format, type);
+  else if (std::size_t(m_width) * m_height > size / bytes)
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmTexture::load - %u bytes are too few for %u x %u texels of %u bytes.\n", size,
+                                m_width, m_height, bytes);
+  else
+    return true;
+  return false;
 }
 
 OmBoolean OmTexture::release() const
@@ -339,13 +333,15 @@ OmBoolean OmTexture::release() const
   if (m_id == 0)
     return false;
   if (!OmWindow::getWindow())
+    Om::Print::instance().ostream(Om::Print::Notice, signature) << "Releasing texture with no context." << std::endl;
+  if (!OmWindow::getWindow() || !m_shareGroup.isCurrent())
   {
-    Om::Print::instance().ostream(2, signature) << "Releasing texture with no context." << std::endl;
+    m_shareGroup.deleteLater(deleteTexture, m_id);
   }
-  else if (OmWindow::isShareGroupCurrent(m_shareGroup) && glIsTexture(m_id) == GL_TRUE)
+  else if (glIsTexture(m_id) == GL_TRUE)
   {
-    Om::Print::instance().ostream(1, signature) << "Deleting texture ID " << m_id << std::endl;
-    glDeleteTextures(1, &m_id);
+    Om::Print::instance().ostream(Om::Print::Trace, signature) << "Deleting texture ID " << m_id << std::endl;
+    deleteTexture(m_id);
   }
   m_id = 0;
   return true;
@@ -355,6 +351,12 @@ OmBoolean OmTexture::bind() const
 {
   if (m_id == 0)
     return false;
+  if (!m_shareGroup.isCurrent())
+  {
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmTexture::bind - No window of the texture's share group is current.\n");
+    return false;
+  }
   glEnable(textureType());
   glActiveTextureARB(GL_TEXTURE0_ARB + m_unit);
   glBindTexture(textureType(), m_id);
@@ -393,7 +395,7 @@ void OmTexture::textureCoords(float* coords) const
   coords[3] = m_texCoords[bottomRowFirst ? 3 : 1];
 }
 
-/// Binds the texture so that textureCoords() alone says what is drawn, with and without a shader that looks at the
+/// Binds the texture so that textureCoords() alone decides what is drawn, with or without a shader that uses the
 /// texture matrix.
 bool OmTexture::bindForDrawing() const
 {
@@ -406,7 +408,7 @@ bool OmTexture::bindForDrawing() const
   return true;
 }
 
-/// Leaves the texture's own target as the only one enabled on its unit.
+/// Enables the texture's own target on its unit, and no other.
 void OmTexture::enableAlone() const
 {
   glActiveTextureARB(GL_TEXTURE0_ARB + unit());
@@ -438,7 +440,7 @@ OmBoolean OmTexture::drawMultiTextureScreenAlignedQuad(const OmTexture& other, f
     other.setUnit(1);
   if (!other.bindForDrawing() || !bindForDrawing())
     return false;
-  if (textureType() != other.textureType()) // each binding enabled its target on the unit that was active before
+  if (textureType() != other.textureType()) // bind() enables its target on the unit that was active before
   {
     other.enableAlone();
     enableAlone();

@@ -13,12 +13,12 @@ namespace
 
 using PixelFormat = OmTextureParameters::PixelFormat;
 
-/// What becomes of a storage format on a card that cannot hold it.
+/// The formats that replace a storage format on a card that cannot store it.
 struct Fallback
 {
   PixelFormat format;
-  PixelFormat base;        // when the card lacks the kind of number altogether
-  PixelFormat onRectangle; // of a float format: the counterpart for rectangle textures
+  PixelFormat base;        // if the card cannot store such numbers at all
+  PixelFormat onRectangle; // for a float format: its counterpart of GL_NV_float_buffer
 };
 
 constexpr Fallback FloatFallbacks[] = {
@@ -91,7 +91,7 @@ void OmTextureParameters::setPixelFormat(unsigned int channels)
   if (channels < std::size(Formats))
     m_pixelFormat = m_isIntegerType ? IntegerFormats[channels] : Formats[channels];
   else
-    Om::Print::instance().write(4, "Invalid argument to setPixelFormat\n");
+    Om::Print::instance().write(Om::Print::Error, "Invalid argument to setPixelFormat\n");
 }
 
 void OmTextureParameters::setInternalFormat(PixelFormat format)
@@ -111,7 +111,7 @@ void OmTextureParameters::setInternalFormat(PixelFormat format)
       return;
     }
     m_isFloatType = false;
-    Om::Print::instance().write(4, "Requested float texture type, but lack hardware support for it.\n");
+    Om::Print::instance().write(Om::Print::Error, "Requested float texture type, but lack hardware support for it.\n");
     m_internalFormat = fallback->base;
   }
   else if (const Fallback* integerFallback = find(IntegerFallbacks, format))
@@ -119,7 +119,8 @@ void OmTextureParameters::setInternalFormat(PixelFormat format)
     m_isIntegerType = OmGL::isSupported(OmGL::SupportIntegerTexture);
     if (m_isIntegerType)
       return;
-    Om::Print::instance().write(4, "Requested internal integer texture type, but lack hardware support for it.\n");
+    Om::Print::instance().write(Om::Print::Error,
+                                "Requested internal integer texture type, but lack hardware support for it.\n");
     m_internalFormat = integerFallback->base;
   }
 }

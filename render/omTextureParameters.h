@@ -9,7 +9,7 @@ class OmImage;
 
 /// How a texture is stored on the card and how it is sampled.
 ///
-/// A value: texture settings to copy, compare and hand to OmTexture's loading operations. All enumerants are GL's own.
+/// A value to copy, compare and pass to OmTexture's loading operations. All enumerants are GL's own.
 ///
 /// \code
 ///   OmTextureParameters parameters;
@@ -18,15 +18,15 @@ class OmImage;
 ///   texture.loadFromImage(image, parameters);
 /// \endcode
 ///
-/// A float or integer format that the card cannot store is replaced when it is set (setInternalFormat()).
+/// A float or integer format that the card cannot store is replaced as soon as it is set (setInternalFormat()).
 class OM_EXPORT OmTextureParameters
 {
 public:
-  /// GL's formats, for storage (internal format) and for pixels in memory (pixel format); each value is the GL
-  /// enumerant of the same name.
+  /// GL's formats for storage (internal format) and for pixels in memory (pixel format). Each value is the GL enumerant
+  /// of the same name.
   enum PixelFormat : OmU32
   {
-    NoFormat = 0, ///< not chosen yet: OmTexture then takes the format of the pixels
+    NoFormat = 0, ///< not chosen: OmTexture stores the format of the pixels
 
     RGB = GL_RGB,
     RGBA = GL_RGBA,
@@ -78,18 +78,18 @@ public:
     RGB8I = GL_RGB8I_EXT
   };
 
-  /// Bytes as pixels, formats not chosen yet, modulating, repeating, linear filters, GL_TEXTURE_2D, no preference for
-  /// a target.
+  /// The defaults: bytes as pixels, no formats chosen, GL_MODULATE, GL_REPEAT, GL_LINEAR filters, GL_TEXTURE_2D in
+  /// effect, no preference for a target.
   OmTextureParameters() = default;
   /// The defaults, with the pixel format of an image (getFormatFromImage()).
   OmTextureParameters(const OmImage& image);
-  /// A copy has all settings of the original, those in effect included.
+  /// Copies all settings, also the formats and the target that a load has chosen.
   OmTextureParameters(const OmTextureParameters&) = default;
-  /// As the copy.
+  /// Copies all settings like the copy constructor.
   OmTextureParameters& operator=(const OmTextureParameters&) = default;
   virtual ~OmTextureParameters() = default;
 
-  /// Whether all settings agree.
+  /// Whether all settings are equal.
   OmBoolean operator==(const OmTextureParameters& other) const;
   /// Whether a setting differs.
   OmBoolean operator!=(const OmTextureParameters& other) const { return !(*this == other); }
@@ -99,45 +99,47 @@ public:
 
   /// The GL format of the pixels in memory.
   PixelFormat pixelFormat() const { return m_pixelFormat; }
-  /// Sets it; an enumerant of another type chooses the overload for channels.
+  /// Sets that format. A plain GL macro such as GL_RGB is a number: it calls the overload for channels, which refuses
+  /// it.
   void setPixelFormat(PixelFormat format) { m_pixelFormat = format; }
-  /// The format for 1 to 4 channels (0 counts as 3), an integer one when the internal format is. A larger count
-  /// changes nothing and writes a line of print type 4; so does a plain GL macro, which is no PixelFormat.
+  /// Sets the format for 1 to 4 channels (0 counts as 3): an integer format if the internal format is one. A larger
+  /// number changes nothing and prints an error message.
   void setPixelFormat(unsigned int channels);
 
   /// The GL format of the storage.
   PixelFormat internalFormat() const { return m_internalFormat; }
-  /// Sets the format of the storage, or the nearest one that the card has, with a line of print type 4 where that
-  /// loses the kind of number asked for. Without float textures an ARB float format becomes GL_NV_float_buffer's
-  /// counterpart on the rectangle target where there is one, else GL_RGB or GL_RGBA; without GL_EXT_texture_integer
-  /// an integer format becomes its base format. Asks OmGL::isSupported().
+  /// Sets the format of the storage, or the nearest one that the card has. Without float textures
+  /// (OmGL::SupportFloatTexture) a float format becomes its counterpart of GL_NV_float_buffer, on the rectangle target.
+  /// If the card lacks that too, it becomes GL_RGB or GL_RGBA. Without GL_EXT_texture_integer an integer format becomes
+  /// its base format, such as GL_RGB. If the storage no longer holds floats or integers, prints an error message. Asks
+  /// OmGL::isSupported() about a float or integer format.
   void setInternalFormat(PixelFormat format);
 
-  /// The texture environment mode, GL_MODULATE and its like.
+  /// The texture environment mode, such as GL_MODULATE.
   OmU32 applyType() const { return m_applyType; }
   /// Sets the texture environment mode.
   void setApplyType(unsigned int type) { m_applyType = type; }
 
-  /// The wrap mode in both directions. Rectangle textures take clamping modes only.
+  /// The wrap mode for both directions.
   OmU32 wrapType() const { return m_wrapType; }
-  /// Sets the wrap mode.
+  /// Sets the wrap mode for both directions. Rectangle textures take clamping modes only, such as GL_CLAMP_TO_EDGE.
   void setWrapType(unsigned int type) { m_wrapType = type; }
 
   /// The filter for a picture that is shown smaller than it is.
   OmU32 minFilterType() const { return m_minFilterType; }
-  /// Sets that filter. The library makes no mipmaps: GL_NEAREST or GL_LINEAR.
+  /// Sets that filter to GL_NEAREST or GL_LINEAR; the library makes no mipmaps.
   void setMinFilterType(unsigned int type) { m_minFilterType = type; }
 
   /// The filter for a picture that is shown larger than it is.
   OmU32 magFilterType() const { return m_magFilterType; }
-  /// Sets that filter, GL_NEAREST or GL_LINEAR.
+  /// Sets that filter to GL_NEAREST or GL_LINEAR.
   void setMagFilterType(unsigned int type) { m_magFilterType = type; }
 
   /// The texture target in effect: GL_TEXTURE_2D or GL_TEXTURE_RECTANGLE_ARB.
   OmU32 textureType() const { return m_textureType; }
-  /// Asks for a target and puts it in effect.
+  /// Asks for a target and puts it into effect.
   void setTextureType(unsigned int type) { m_textureType = m_requestedTextureType = type; }
-  /// The target that was asked for; 0 without a preference.
+  /// The target that was asked for; 0 if there is no preference.
   OmU32 requestedTextureType() const { return m_requestedTextureType; }
 
   /// Whether the storage holds floats.
@@ -145,10 +147,11 @@ public:
   /// Whether the storage holds integers.
   bool isIntegerType() const { return m_isIntegerType; }
 
-  /// Takes the data type and the pixel format from an image and checks the internal format against the card again.
+  /// Sets the data type to bytes and the pixel format to that of the image's channels. Also checks the internal format
+  /// against the card again (setInternalFormat()).
   void getFormatFromImage(const OmImage& image);
 
-  /// Applies environment, wrap and filter settings to the texture bound to textureType(), in the current GL context.
+  /// Applies the environment, wrap and filter settings to the texture bound to textureType() in the current GL context.
   /// Always true.
   OmBoolean ApplyParameters() const;
 
@@ -158,10 +161,10 @@ protected:
   PixelFormat m_internalFormat = NoFormat; ///< format of the storage
   OmU32 m_applyType = GL_MODULATE;         ///< texture environment mode
   OmU32 m_wrapType = GL_REPEAT;            ///< wrap mode in both directions
-  OmU32 m_minFilterType = GL_LINEAR;       ///< filter for smaller
-  OmU32 m_magFilterType = GL_LINEAR;       ///< filter for larger
+  OmU32 m_minFilterType = GL_LINEAR;       ///< filter for a picture shown smaller
+  OmU32 m_magFilterType = GL_LINEAR;       ///< filter for a picture shown larger
   OmU32 m_textureType = GL_TEXTURE_2D;     ///< target in effect
-  OmU32 m_requestedTextureType = 0;        ///< target asked for; 0 without a preference
+  OmU32 m_requestedTextureType = 0;        ///< target asked for; 0 for no preference
   bool m_isFloatType = false;              ///< the storage holds floats
   bool m_isIntegerType = false;            ///< the storage holds integers
 };

@@ -4,7 +4,7 @@
 /// \file
 /// The version.
 
-/// The version of the library that a file was compiled with; `strings` finds it in each of the library's objects.
+/// The version of the library that a file was compiled with. `strings` finds it in each object file of the library.
 __attribute__((used)) static const char omVersion[] = "3.0.0";
 
 #endif

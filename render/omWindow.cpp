@@ -1,13 +1,6 @@
-#ifdef OM_RENDER_QT
-#include "render/omWindowImplQt.h" // before X11's macros
-#endif
-
 #include "render/omWindow.h"
 
-#include "foundation/core/omPrint.h"
-#include "render/omGL.h"
 #include "render/omVersion.h"
-#include "render/omWindowImplX11.h"
 
 OmWindow::ImplType OmWindow::s_ImplType = OmWindow::ImplX11;
 OmWindow* OmWindow::m_pCurrentWindow = nullptr;
@@ -165,7 +158,7 @@ void OmWindow::closeWindow()
 void OmWindow::setImpl(boost::shared_ptr<Impl> impl)
 {
   m_pImpl.swap(impl);
-  // Whoever still holds the old back end may keep it longer than this window lives.
+  // Somebody else may hold the old back end longer than this window lives, so unbind it.
   if (impl && impl != m_pImpl && impl->m_pWindow == this)
     impl->m_pWindow = nullptr;
 }
@@ -228,96 +221,4 @@ OmWindow::ImplType OmWindow::getImplType()
 OmWindow* OmWindow::getWindow()
 {
   return m_pCurrentWindow;
-}
-
-boost::weak_ptr<const void> OmWindow::currentShareGroup()
-{
-  const boost::shared_ptr<Impl> impl = m_pCurrentWindow ? m_pCurrentWindow->getImpl() : boost::shared_ptr<Impl>();
-  return impl ? impl->shareGroup() : boost::weak_ptr<const void>();
-}
-
-OmBoolean OmWindow::isShareGroupCurrent(const boost::weak_ptr<const void>& group)
-{
-  const boost::weak_ptr<const void> current = currentShareGroup();
-  return !group.owner_before(current) && !current.owner_before(group);
-}
-
-OmWindow::Impl::Impl() : m_pWindow(nullptr) {}
-
-OmWindow::Impl::~Impl() = default;
-
-OmBoolean OmWindow::Impl::share(boost::weak_ptr<Impl> share) const
-{
-  if (m_pWindow)
-  {
-    Om::Print::instance().write(5, "Calling share() after initialization.\n");
-    return false;
-  }
-  m_share = share;
-  return true;
-}
-
-boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::getShare() const
-{
-  return m_share.lock();
-}
-
-OmBoolean OmWindow::Impl::init(OmWindow* window)
-{
-  if (m_pWindow)
-    return true;
-  m_pWindow = window;
-  OmBoolean open = false;
-  try
-  {
-    open = openWindow();
-  }
-  catch (...)
-  {
-    closeWindow();
-    throw;
-  }
-  if (!open)
-  {
-    Om::Print::instance().write(4, "OmWindow::Impl::openWindow Failed\n");
-    return false;
-  }
-  m_pWindow->makeCurrent();
-  if (!OmGL::init())
-    return false;
-  if (OmGL::isSupported(OmGL::SupportVSync))
-    glSwapInterval(0);
-  glClear(GL_COLOR_BUFFER_BIT);
-  swapBuffers();
-  return true;
-}
-
-void OmWindow::Impl::resizeGL() const
-{
-  OmU32 width = 0;
-  OmU32 height = 0;
-  m_pWindow->getWindowSize(width, height);
-  glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
-}
-
-OmWindow* OmWindow::Impl::getWindow() const
-{
-  return m_pWindow;
-}
-
-boost::weak_ptr<const void> OmWindow::Impl::shareGroup() const
-{
-  return m_shareGroup;
-}
-
-boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::newImpl()
-{
-  if (OmWindow::getImplType() != ImplQt)
-    return X11::newImpl();
-#ifdef OM_RENDER_QT
-  return Qt::newImpl();
-#else
-  Om::Print::instance().write(4, "OmWindow::Impl::newImpl - This library was built without the Qt back end.\n");
-  return {};
-#endif
 }

@@ -3,6 +3,7 @@
 
 #include "foundation/common/omColor.h"
 #include "foundation/core/omTypes.h"
+#include "render/omShareGroup.h"
 
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
@@ -12,8 +13,8 @@ class OmImageBlock;
 
 /// A window with a GL context.
 ///
-/// The class keeps a window's settings and hands them to a back end (OmWindow::Impl), which owns the native window;
-/// what the window shows is up to the concrete window, such as OmSimpleWindow.
+/// The class keeps a window's settings and passes them to a back end (OmWindow::Impl), which owns the native window. A
+/// derived class, such as OmSimpleWindow, decides what the window shows.
 ///
 /// \code
 ///   OmSimpleWindow window;
@@ -23,12 +24,12 @@ class OmImageBlock;
 ///     return 1; // the reason has been printed
 /// \endcode
 ///
-/// Settings given before init() are kept for it; afterwards most are passed on to the native window at once. Setters
-/// never ask the window system: what the user does with the mouse is known only where a back end reports it.
+/// Settings given before init() are kept for it. Afterwards most are passed on to the native window at once. Neither
+/// setters nor getters ask the window system: what the user does with the mouse is known only if a back end reports it.
 ///
-/// GL objects belong to a share group: the contexts that were opened with share(). Textures and other GL objects of a
-/// window are used, and deleted, on the thread that has a window of their group current. One window is current at a
-/// time in the whole process (getWindow()); nothing is locked.
+/// GL objects belong to a share group: the contexts of windows that were opened with share(). Use and delete the
+/// textures and other GL objects of a window on the thread on which a window of their group is current. One window is
+/// current at a time in the whole process (getWindow()). Nothing is locked.
 class OM_EXPORT OmWindow
 {
 public:
@@ -37,128 +38,126 @@ public:
   /// The kinds of back end.
   enum ImplType : OmU32
   {
-    ImplQt = 1,     ///< a Qt GL widget
-    ImplX11 = 3,    ///< Xlib and GLX
-    ImplDefault = 4 ///< the library's choice: ImplX11
+    ImplQt = 1,      ///< a Qt GL widget
+    ImplX11 = 3,     ///< Xlib and GLX
+    ImplDefault = 4, ///< the library's choice: ImplX11
+    ImplEGL = 5      ///< EGL off screen, without a window system
   };
 
-  /// A window of size 0 by 0 at 0, 0 with the title "OmWindow", neither on top nor hidden, black. Opens nothing.
+  /// A window with the title "OmWindow", 0 by 0 pixels at position 0, 0, neither top-most nor hidden, with a black
+  /// background colour. Opens nothing.
   OmWindow();
   OmWindow(const OmWindow&) = delete;
   OmWindow& operator=(const OmWindow&) = delete;
   /// Closes the window.
   virtual ~OmWindow();
 
-  /// Sets the size of the drawing area, in pixels. Returns whether it differs from the one before; an initialised
-  /// window is then drawn again.
+  /// Sets the size of the drawing area, in pixels. Returns whether it differs from the previous one. If it does, an
+  /// initialised window is drawn again.
   virtual OmBoolean setWindowSize(OmU32 width, OmU32 height);
-  /// Sets the screen position of the top-left corner, in pixels. Returns whether it differs from the one before. With
-  /// `apply` false it is only kept for the next init(); with true an initialised window moves and is drawn again.
+  /// Sets the screen position of the top-left corner, in pixels. Returns whether it differs from the previous one. With
+  /// `apply` false the position is only kept for the next init(). With true an initialised window also moves and is
+  /// drawn again if the position differs.
   virtual OmBoolean setWindowPos(OmU32 x, OmU32 y, OmBoolean apply);
-  /// Sets size and position in one step. Returns whether any of the four differs from before; an initialised window
-  /// then follows and is drawn again.
+  /// Sets size and position in one step, in pixels. Returns whether any of the four numbers differs from the previous
+  /// one. If so, an initialised window follows and is drawn again.
   virtual OmBoolean setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y);
 
-  /// The title, as bytes in the encoding that the window system expects.
+  /// Sets the title: bytes in the encoding that the window system expects.
   virtual void setName(const OmString& name);
   /// The title.
   virtual const OmString& getName() const;
 
-  /// Keeps the window above the others.
+  /// Sets whether the window is kept above the others.
   virtual void setTopMost(OmBoolean topMost);
   /// Whether the window is kept above the others.
   virtual OmBoolean getTopMost() const;
 
-  /// Hides or shows the window; one that is hidden when it opens does not appear on the screen at all until it is
-  /// shown. closeWindow() clears the flag.
+  /// Hides or shows the window. A window that is hidden when it opens appears on the screen only when it is shown.
+  /// closeWindow() clears the flag.
   virtual void setHideWindow(OmBoolean hide);
   /// Whether the window is hidden.
   virtual OmBoolean getHideWindow() const;
 
-  /// Full screen as the back end understands it: no decorations with X11, the whole screen with Qt. Needs a back end;
-  /// a request before init() is dropped.
+  /// Switches full screen on or off, as the back end understands it: no decorations with X11, the whole screen with Qt,
+  /// nothing with EGL. Without a back end, so normally before init(), the call does nothing.
   virtual void setFullScreen(OmBoolean fullScreen);
 
-  /// Marks the window stereo capable; called by back ends while they open.
+  /// Marks the window as opened with a stereo visual. Back ends call it while they open.
   virtual void setStereoSupported() const;
   /// Whether the window was opened with a stereo visual.
   virtual OmBoolean getStereoSupported() const;
 
-  /// Has this window share its GL objects with those of another, initialised window of the same back-end type. To be
-  /// called before init(). A partner that is not initialised then is not shared with, without a message; one of another
-  /// type is reported (print type 4), and the window opens unshared. False for a null window and, with a warning of
-  /// print type 5, on an open window; getShare() then still names the new partner.
+  /// Makes this window share its GL objects with another window of the same back-end type. Call it before init(), with
+  /// a partner that is initialised already: a partner that is not is not shared with, and nothing is printed. A partner
+  /// of another type gives an error message when this window opens, and the window shares nothing. Returns false for a
+  /// null window and, with a warning, if this window is already open; getShare() returns the new partner even then.
   virtual OmBoolean share(const OmWindow* window) const;
-  /// The back end of the partner; empty while this window is not initialised or when the partner's is gone.
+  /// The back end of the partner. Empty while this window is not initialised, and if the partner's back end is gone.
   virtual boost::shared_ptr<Impl> getShare() const;
-  /// The partner window; null where getShare() is empty.
+  /// The partner window. Null if getShare() is empty or the partner is closed.
   virtual OmWindow* getShareWindow() const;
 
-  /// Shows what was drawn. Nothing without a back end.
+  /// Shows what was drawn. Does nothing without a back end.
   virtual void swapBuffers() const;
   /// Makes the window's GL context current on the calling thread, and the window the current one (getWindow()).
   virtual void makeCurrent() const;
-  /// Closes the native window and lets go of the back end. Size, position, title, top-most flag, background colour and
-  /// partner stay for the next init(); the hidden and stereo flags are cleared. Afterwards no window is current,
-  /// whichever was.
+  /// Closes the native window and drops the back end. Size, position, title, top-most flag, background colour and
+  /// partner stay for the next init(). The hidden and stereo flags are cleared. Afterwards no window is current, even
+  /// if another one was.
   virtual void closeWindow();
 
-  /// Replaces the back end; to be called before init(). The one before is let go of as it is: it closes when nobody
-  /// else holds it.
+  /// Replaces the back end. Call it before init(). The previous back end is not closed here: it closes when nobody else
+  /// holds it.
   virtual void setImpl(boost::shared_ptr<Impl> impl);
-  /// The back end; empty before init() and after closeWindow() unless one was set.
+  /// The back end. Empty before init() and after closeWindow() unless setImpl() has set one.
   virtual boost::shared_ptr<Impl> getImpl() const;
 
-  /// Opens the window and detects what its GL offers (OmGL::init()). True on success and when it is open already. On
-  /// failure the reason has been printed; another call tries again, after closeWindow() where the window did open and
-  /// only the detection failed.
+  /// Opens the window and detects what its GL offers (OmGL::init()). Returns true on success, and if the window is open
+  /// already. On failure the reason has been printed, and another call tries again. If the window did open and only the
+  /// detection failed, call closeWindow() before that.
   virtual OmBoolean init();
 
-  /// Draws the window's content, opening the window where needed, and shows it when `swap` is true. False when there
-  /// is nothing to draw or the window does not open.
+  /// Draws the window's content and shows it if `swap` is true. Opens the window first unless it is open. Returns false
+  /// if there is nothing to draw or the window does not open.
   virtual OmBoolean renderScene(OmBoolean swap) = 0;
-  /// Makes an image the window's content and draws it.
+  /// Makes an image the window's content, draws it, and shows it if `swap` is true. Returns whether that succeeded.
   virtual OmBoolean setImageBuffer(const OmImage& image, OmBoolean swap) = 0;
-  /// Draws and reads the result back into `image`: the whole window, or the part of it that `block` names.
+  /// Draws and reads the result back into `image`: the whole window if `block` is null, otherwise the part that `block`
+  /// names, in pixels. Returns whether that succeeded. OmSimpleWindow describes flags and row order.
   virtual OmBoolean renderSceneAndCaptureImage(OmImage& image, OmU32 flags, const OmImageBlock* block) = 0;
 
-  /// The size of the drawing area as it was stored last, in pixels.
+  /// The size of the drawing area that was set or reported last, in pixels.
   void getWindowSize(OmU32& width, OmU32& height) const;
-  /// The screen position as it was stored last, in pixels.
+  /// The screen position that was set last, in pixels.
   void getWindowPos(OmU32& x, OmU32& y) const;
-  /// Both.
+  /// Size and position, in pixels.
   void getWindowSizeAndPos(OmU32& width, OmU32& height, OmU32& x, OmU32& y) const;
 
-  /// A colour kept for the caller; nothing in the library draws with it.
+  /// Keeps a colour for the caller. Nothing in the library draws with it.
   void setBackgroundColor(const OmColor& color);
-  /// That colour.
+  /// The colour that setBackgroundColor() has kept.
   const OmColor& backgroundColor() const;
 
-  /// Chooses the back end of the windows that are initialised from now on, for the whole process.
+  /// Chooses the type of back end for windows that are initialised from now on, in the whole process.
   static void setImplType(ImplType type);
-  /// The back end that the next window gets.
+  /// The type of back end that the next window gets.
   static ImplType getImplType();
 
-  /// The window made current last; null when there is none, and after any window was closed.
+  /// The window that was made current last. Null if there is none, and after any window was closed.
   static OmWindow* getWindow();
 
-  /// The share group of the current window, as a token: two windows share GL names exactly when their tokens have one
-  /// owner. Empty without a current window, and for back ends that keep none.
-  static boost::weak_ptr<const void> currentShareGroup();
-  /// Whether GL names made while `group` was current are valid now.
-  static OmBoolean isShareGroupCurrent(const boost::weak_ptr<const void>& group);
-
-  static ImplType s_ImplType;        ///< what getImplType() gives
-  static OmWindow* m_pCurrentWindow; ///< what getWindow() gives
+  static ImplType s_ImplType;        ///< what getImplType() returns
+  static OmWindow* m_pCurrentWindow; ///< what getWindow() returns
 
 protected:
-  OmColor m_backgroundColor;             ///< kept for the caller
-  OmBoolean m_topMost;                   ///< above the others
-  OmBoolean m_hideWindow;                ///< not on the screen
-  OmU32 m_x;                             ///< on the screen, in pixels
-  OmU32 m_y;                             ///< on the screen, in pixels
-  OmU32 m_width;                         ///< of the drawing area, in pixels
-  OmU32 m_height;                        ///< of the drawing area, in pixels
+  OmColor m_backgroundColor;             ///< colour kept for the caller
+  OmBoolean m_topMost;                   ///< the window is kept above the others
+  OmBoolean m_hideWindow;                ///< the window is hidden
+  OmU32 m_x;                             ///< left edge on the screen, in pixels
+  OmU32 m_y;                             ///< top edge on the screen, in pixels
+  OmU32 m_width;                         ///< width of the drawing area, in pixels
+  OmU32 m_height;                        ///< height of the drawing area, in pixels
   OmString m_name;                       ///< title
   OmBoolean m_initialized;               ///< init() has succeeded
   boost::shared_ptr<Impl> m_pImpl;       ///< back end
@@ -176,13 +175,15 @@ protected:
 ///   const bool isBound = window.getImpl()->getWindow() == &window;
 /// \endcode
 ///
-/// A back end is made by newImpl(), held by its window and bound to it from init() to closeWindow(). Setters apply to
-/// the native window at once and do nothing while there is none; the window keeps the values for the next opening.
+/// newImpl() makes a back end, its window holds it, and it is bound to that window from init() to closeWindow().
+/// Setters change the native window at once and do nothing while there is none; the window keeps the values for the
+/// next opening.
 class OM_EXPORT OmWindow::Impl
 {
 public:
   class X11;
   class Qt;
+  class EGL;
 
   /// A back end without a window.
   Impl();
@@ -196,53 +197,73 @@ public:
   virtual void setWindowSize(OmU32 width, OmU32 height) = 0;
   /// Moves the window, in pixels of the screen.
   virtual void setWindowPos(OmU32 x, OmU32 y) = 0;
-  /// Does both.
+  /// Resizes the drawing area and moves the window, in pixels.
   virtual void setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y) = 0;
-  /// Keeps the window above the others, or no longer.
+  /// Sets whether the window is kept above the others.
   virtual void setTopMost(OmBoolean topMost) = 0;
   /// Hides or shows the window.
   virtual void setHideWindow(OmBoolean hide) = 0;
-  /// Goes to full screen, or back (OmWindow::setFullScreen()).
+  /// Switches full screen on or off (OmWindow::setFullScreen()).
   virtual void setFullScreen(OmBoolean fullScreen) = 0;
   /// Makes the context current on the calling thread.
   virtual void makeCurrent() const = 0;
 
-  /// Names the partner whose GL objects the context of the next opening shares. Refused, with a warning of print type
-  /// 5, once the back end is bound. The partner is not kept alive.
+  /// Sets the partner whose GL objects the context of the next opening shares. Does not keep the partner alive. Returns
+  /// false, with a warning and without any change, if this back end is already bound.
   virtual OmBoolean share(boost::weak_ptr<Impl> share) const;
-  /// The partner; empty when there is none any more.
+  /// The partner. Empty if there is none or it is gone.
   virtual boost::shared_ptr<Impl> getShare() const;
 
   /// Shows what was drawn.
   virtual void swapBuffers() const = 0;
 
-  /// Binds the back end to a window and opens it: native window and context, capability detection, swap interval 0
-  /// where that can be set, a first clear and swap. True at once on a bound back end. False when the window does not
-  /// open (print type 4), and when the detection fails, which leaves it open and the back end bound.
+  /// Binds the back end to a window and opens it: opens the native window with its context, detects the capabilities,
+  /// sets swap interval 0 if that is possible (GLX_SGI_swap_control, GLX_EXT_swap_control, GLX_MESA_swap_control),
+  /// clears and swaps. Returns true at once if the back end is bound already. Returns false, with an error message, if
+  /// the window does not open or the detection fails. A failed detection leaves the window open and the back end bound.
   virtual OmBoolean init(OmWindow* window);
-  /// Opens native window and context from the window's settings and leaves the context current; called by init().
-  /// False, with a line of print type 4 and everything released again, on failure.
+  /// Opens the native window and its context from the window's settings, and leaves the context current. init() calls
+  /// it. Returns false on failure, with an error message and everything released again.
   virtual OmBoolean openWindow() = 0;
-  /// Closes native window and context and unbinds the back end. May be called at any time.
+  /// Closes the native window and its context, and unbinds the back end. May be called at any time.
   virtual void closeWindow() = 0;
-  /// Sets the GL viewport to the window's size. Needs a bound back end.
+  /// Sets the GL viewport of the current context to the window's size. The back end must be bound.
   virtual void resizeGL() const;
 
-  /// The window that the back end is bound to; null when it is not.
+  /// The window that the back end is bound to; null if it is not bound.
   OmWindow* getWindow() const;
-  /// The share group of the open context; empty while there is none (OmWindow::currentShareGroup()).
-  boost::weak_ptr<const void> shareGroup() const;
+  /// The share group in which the textures and shaders of the open context live. Outside of all windows while there is
+  /// no context.
+  OmShareGroup shareGroup() const;
+  /// The context alone, in which its framebuffer objects live. Outside of all windows while there is no context.
+  OmShareGroup context() const;
 
-  /// A new back end of the process's type (OmWindow::setImplType()). Empty, with a line of print type 4, for a Qt back
-  /// end where the library was built without.
+  /// Whether drawing has somewhere to go: a framebuffer object is bound, or the window has pixels of its own. All have
+  /// but those of an EGL device without pbuffers. Asked while the context is current.
+  OmBoolean hasTarget() const;
+
+  /// A new back end of the process's type (OmWindow::setImplType()). Empty, with an error message, for a Qt or EGL back
+  /// end if the library was built without it.
   static boost::shared_ptr<Impl> newImpl();
 
 protected:
   friend class OmWindow;
 
-  OmWindow* m_pWindow;                          ///< null while the back end is not bound
-  mutable boost::weak_ptr<Impl> m_share;        ///< the partner
-  mutable boost::shared_ptr<void> m_shareGroup; ///< held by every open back end of the group
+  /// Joins the share group `ofGroup`, and starts a list of names for the context alone.
+  OM_INTERNAL void holdNames(const boost::shared_ptr<OmShareGroup::Names>& ofGroup) const;
+  /// Deletes the names that had to wait for the context (OmShareGroup::deleteLater()). The context is current.
+  OM_INTERNAL void deleteKeptNames() const;
+  /// Makes the context current if names wait for it. Called before the context is destroyed, because drivers differ in
+  /// whether such names are deleted with it.
+  OM_INTERNAL void deleteLastNames() const;
+  /// Leaves the share group. Called when the context is gone.
+  OM_INTERNAL void dropNames() const;
+
+  OmWindow* m_pWindow;                                           ///< the bound window; null while there is none
+  mutable boost::weak_ptr<Impl> m_share;                         ///< the partner
+  mutable boost::shared_ptr<OmShareGroup::Names> m_groupNames;   ///< held by every open back end of the group
+  mutable boost::shared_ptr<OmShareGroup::Names> m_contextNames; ///< held by this back end alone
+  OmBoolean m_hasPixels;                                         ///< false: only framebuffer objects take drawing
 };
 
 #endif

@@ -2,6 +2,10 @@
 
 #include "foundation/core/omPrint.h"
 #include "render/omVersion.h"
+#include "render/window/omBackEnds.h"
+#include "render/window/omCurrentEGL.h"
+#include "render/window/omGLNames.h"
+#include "render/window/omSwapInterval.h"
 
 #include <QApplication>
 #include <QResizeEvent>
@@ -11,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <ostream>
 
 namespace
@@ -25,14 +30,9 @@ const char* onOff(bool on)
   return on ? "on" : "off";
 }
 
-QString title(const OmString& name)
-{
-  return QString::fromLatin1(name.data(), static_cast<int>(name.size()));
-}
-
-/// Pixels of the screen in the widget's own ones, which are larger where Qt scales (QT_SCALE_FACTOR). Rounded up, so
-/// that the size which a widget reports is the size that it keeps. Positions left of or above the screen arrive here as
-/// large unsigned numbers.
+/// Converts pixels of the screen to pixels of the widget, which are larger if Qt scales (QT_SCALE_FACTOR). Rounds up,
+/// so that a widget keeps the size that it has reported. Positions left of or above the screen arrive here as large
+/// unsigned numbers.
 int inWidgetPixels(const QWidget& widget, OmU32 pixels)
 {
   constexpr double RoundingError = 1e-6;
@@ -63,7 +63,7 @@ void OmQGLWidget::resizeGL(int width, int height)
   const Om::Print::ScopedPrint scope(signature, "");
   if (!m_pWindow)
     return;
-  Om::Print::instance().ostream(3, signature) << "Resizing to " << width << "x" << height << std::endl;
+  Om::Print::instance().ostream(Om::Print::Report, signature) << "Resizing to " << width << "x" << height << std::endl;
   m_pWindow->setWindowSize(static_cast<OmU32>(width), static_cast<OmU32>(height));
   glViewport(0, 0, width, height);
 }
@@ -82,9 +82,16 @@ void OmQGLWidget::closeEvent(QCloseEvent* event)
     QWidget::closeEvent(event);
 }
 
+void OmQGLWidget::glDraw()
+{
+  OmCurrentEGL::release(); // Qt makes its context current, which GLX refuses beside one of EGL's
+  QGLWidget::glDraw();
+}
+
 void OmQGLWidget::resizeEvent(QResizeEvent* event)
 {
   Q_EMIT signalWindowResize(event->size().width(), event->size().height());
+  OmCurrentEGL::release();
   QGLWidget::resizeEvent(event);
 }
 
@@ -94,7 +101,9 @@ void OmQGLWidget::showEvent(QShowEvent* event)
   QWidget::showEvent(event);
 }
 
-OmWindow::Impl::Qt::Qt() : m_ownsWidget(true)
+OmWindow::Impl::Qt::Qt()
+    : m_ownsWidget(true), m_largestWidth(std::numeric_limits<OmU32>::max()),
+      m_largestHeight(std::numeric_limits<OmU32>::max())
 {
   setDefaultFormat(nullptr);
 }
@@ -107,6 +116,11 @@ OmWindow::Impl::Qt::~Qt()
 boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::Qt::newImpl()
 {
   return boost::make_shared<Qt>();
+}
+
+boost::shared_ptr<OmWindow::Impl> newQtBackEnd()
+{
+  return OmWindow::Impl::Qt::newImpl();
 }
 
 void OmWindow::Impl::Qt::setDefaultFormat(const QGLFormat* format)
@@ -133,16 +147,21 @@ void OmWindow::Impl::Qt::setDefaultFormat(const QGLFormat* format)
 void OmWindow::Impl::Qt::setName(const OmString& name)
 {
   if (m_pWidget)
-    m_pWidget->setWindowTitle(title(name));
+    m_pWidget->setWindowTitle(QString::fromLatin1(name.data(), static_cast<int>(name.size())));
 }
 
 void OmWindow::Impl::Qt::setWindowSize(OmU32 width, OmU32 height)
 {
   if (!m_pWidget)
     return;
+  if (!isSizeDrawn("setWindowSize", width, height))
+  {
+    width = std::min(width, m_largestWidth);
+    height = std::min(height, m_largestHeight);
+  }
   const QSize size(inWidgetPixels(*m_pWidget, width), inWidgetPixels(*m_pWidget, height));
   if (size == m_pWidget->size())
-    return; // as when the widget has reported it while it is being shown
+    return; // for one, if the widget has reported this size while it is being shown
   m_pWidget->resize(size);
   placeHidden();
 }
@@ -193,13 +212,16 @@ void OmWindow::Impl::Qt::makeCurrent() const
 {
   if (m_pWidget)
   {
-    // Qt destroys the native window of a widget that its user closes, and makes no context current without one.
+    // Qt destroys the native window of a widget when its user closes it. Without a native window Qt makes no context
+    // current.
     if (QWindow* const native = m_pWidget->windowHandle(); native && !native->handle())
       native->create();
+    OmCurrentEGL::release();
     m_pWidget->makeCurrent();
+    deleteKeptNames();
   }
   else
-    m_shareGroup.reset(); // Qt has deleted the widget: its GL names are not those of whatever context is current
+    dropNames(); // Qt has deleted the widget, and its context with the GL names
 }
 
 void OmWindow::Impl::Qt::swapBuffers() const
@@ -232,16 +254,17 @@ OmBoolean OmWindow::Impl::Qt::openWindow()
     return false;
   if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
   {
-    Om::Print::instance().ostream(4, OpenSignature)
+    Om::Print::instance().ostream(Om::Print::Error, OpenSignature)
         << "OmWindow::Impl::Qt::openWindow - There is no QApplication; make one before the first window.\n";
     closeWindow();
     return false;
   }
+  OmCurrentEGL::release();
   if (!m_pWidget)
     makeWidget();
   if (!m_pWidget->isValid())
   {
-    Om::Print::instance().ostream(4, OpenSignature)
+    Om::Print::instance().ostream(Om::Print::Error, OpenSignature)
         << "OmWindow::Impl::Qt::openWindow - Qt's platform \"" << QGuiApplication::platformName().toStdString()
         << "\" gives no OpenGL context.\n";
     closeWindow();
@@ -254,31 +277,60 @@ OmBoolean OmWindow::Impl::Qt::openWindow()
   OmU32 x = 0;
   OmU32 y = 0;
   m_pWindow->getWindowSizeAndPos(width, height, x, y);
-  m_pWidget->resize(inWidgetPixels(*m_pWidget, width), inWidgetPixels(*m_pWidget, height));
-  m_pWidget->move(inWidgetPixels(*m_pWidget, x), inWidgetPixels(*m_pWidget, y));
-  placeHidden();
-  m_pWidget->setWindowTitle(title(m_pWindow->getName()));
+  askLargestSize();
+  if (!isSizeDrawn("openWindow", width, height))
+  {
+    closeWindow();
+    return false;
+  }
+  Qt::setWindowSize(width, height);
+  Qt::setWindowPos(x, y);
+  Qt::setName(m_pWindow->getName());
   if (m_pWindow->getTopMost())
     m_pWidget->setWindowFlags(::Qt::WindowStaysOnTopHint);
   m_pWidget->setVisible(!m_pWindow->getHideWindow());
   m_pWidget->makeCurrent();
-  resizeGL(); // Qt makes new contexts current on a window of its own first
-  if (Om::Print::instance().printLevel() <= 1)
+  resizeGL(); // Qt makes a new context current on another window first, whose size the viewport then has
+  omSwapWithoutWaiting();
+  if (Om::Print::instance().printLevel() <= Om::Print::Trace)
     reportFormat();
   return true;
 }
 
+/// Asks the widget's context for the largest window that it draws, in pixels. X has no window beyond 32767 pixels.
+void OmWindow::Impl::Qt::askLargestSize()
+{
+  constexpr GLint LargestCoordinate = 32767;
+  GLint largest[2] = {};
+  m_pWidget->makeCurrent();
+  glGetIntegerv(GL_MAX_VIEWPORT_DIMS, largest);
+  m_largestWidth = static_cast<OmU32>(std::clamp(largest[0], 1, LargestCoordinate));
+  m_largestHeight = static_cast<OmU32>(std::clamp(largest[1], 1, LargestCoordinate));
+}
+
+/// Whether the card draws windows of that size, in pixels; prints an error message if not.
+bool OmWindow::Impl::Qt::isSizeDrawn(const char* operation, OmU32 width, OmU32 height) const
+{
+  if (width <= m_largestWidth && height <= m_largestHeight)
+    return true;
+  Om::Print::instance().write(
+      Om::Print::Error, "OmWindow::Impl::Qt::%s - %u by %u pixels are more than the %u by %u that the card draws.\n",
+      operation, width, height, m_largestWidth, m_largestHeight);
+  return false;
+}
+
 void OmWindow::Impl::Qt::makeWidget()
 {
+  dropNames();
   const boost::shared_ptr<Qt> partner = sharePartner();
   if (!partner && getShare())
-    Om::Print::instance().ostream(4, OpenSignature) << "Unable to share windows of different types.\n";
+    Om::Print::instance().ostream(Om::Print::Error, OpenSignature) << "Unable to share windows of different types.\n";
   QGLWidget* const shareWidget = partner ? partner->getWidget() : nullptr;
 
   m_pWidget = new OmQGLWidget(m_pWindow, QGLFormat(QGL::StereoBuffers), nullptr, shareWidget);
   if (m_pWidget->format().testOption(QGL::StereoBuffers))
   {
-    Om::Print::instance().ostream(3, OpenSignature) << "Stereo is supported.\n";
+    Om::Print::instance().ostream(Om::Print::Report, OpenSignature) << "Stereo is supported.\n";
     m_pWindow->setStereoSupported();
     m_pWidget->setWindowFlags(m_windowFlags);
   }
@@ -289,15 +341,16 @@ void OmWindow::Impl::Qt::makeWidget()
   }
   if (shareWidget && !m_pWidget->isSharing())
   {
-    Om::Print::instance().ostream(4, OpenSignature) << "Problem sharing window.\n";
+    Om::Print::instance().ostream(Om::Print::Error, OpenSignature) << "Problem sharing window.\n";
     m_share.reset();
   }
 }
 
 void OmWindow::Impl::Qt::placeHidden() const
 {
-  // Qt tells the native window where a hidden widget is only when it is shown, and takes the size with which that
-  // window was made, once its event arrives, for the widget's.
+  // Qt passes a hidden widget's position and size to its native window only when the widget is shown. The native
+  // window's first event then reports the size with which it was made, and Qt resizes the widget to that. So both are
+  // passed here.
   QWindow* const native = m_pWidget->windowHandle();
   if (!native || m_pWidget->isVisible())
     return;
@@ -309,18 +362,18 @@ void OmWindow::Impl::Qt::placeHidden() const
 
 void OmWindow::Impl::Qt::joinShareGroup()
 {
+  if (m_groupNames)
+    return; // still the widget of the previous opening
   const boost::shared_ptr<Qt> partner = sharePartner();
   const QGLWidget* const shared = partner ? partner->getWidget() : nullptr;
-  if (shared && QGLContext::areSharing(m_pWidget->context(), shared->context()))
-    m_shareGroup = partner->m_shareGroup;
-  else if (!m_shareGroup)
-    m_shareGroup = boost::make_shared<char>();
+  const bool sharing = shared && QGLContext::areSharing(m_pWidget->context(), shared->context());
+  holdNames(sharing ? partner->m_groupNames : boost::make_shared<OmShareGroup::Names>());
 }
 
 void OmWindow::Impl::Qt::reportFormat() const
 {
-  const QGLFormat format = m_pWidget->format(); // sizes of -1 are those of buffers that are not there
-  Om::Print::instance().ostream(7, OpenSignature)
+  const QGLFormat format = m_pWidget->format(); // a size of -1 means that there is no such buffer
+  Om::Print::instance().ostream(Om::Print::WindowFormat, OpenSignature)
       << "Window properties:\n"
       << "doublebuffer = " << onOff(format.testOption(QGL::DoubleBuffer)) << std::endl
       << "stereo = " << onOff(format.testOption(QGL::StereoBuffers)) << std::endl
@@ -338,11 +391,12 @@ void OmWindow::Impl::Qt::reportFormat() const
 
 void OmWindow::Impl::Qt::closeWindow()
 {
+  deleteLastNames();
   if (m_ownsWidget)
     delete m_pWidget;
   m_pWidget = nullptr;
   m_ownsWidget = true;
-  m_shareGroup.reset();
+  dropNames();
   m_pWindow = nullptr;
 }
 

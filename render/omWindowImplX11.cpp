@@ -1,8 +1,13 @@
 #include "render/omWindowImplX11.h"
 
-#include "foundation/common/omUtils.h"
 #include "foundation/core/omPrint.h"
 #include "render/omVersion.h"
+#include "render/window/omContextThreads.h"
+#include "render/window/omCurrentEGL.h"
+#include "render/window/omSwapInterval.h"
+#include "render/window/omX11Connections.h"
+#include "render/window/omX11Errors.h"
+#include "render/window/omX11Server.h"
 
 #include <X11/Xatom.h>
 #include <X11/Xutil.h>
@@ -10,13 +15,6 @@
 #include <boost/pointer_cast.hpp>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <iterator>
-#include <map>
-#include <mutex>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -25,7 +23,7 @@ constexpr int LargestCoordinate = 32767; // X's coordinates are signed 16-bit nu
 
 struct VisualTail
 {
-  int attributes[3]; // 0 where unused
+  int attributes[3]; // unused ones are 0
   bool stereo;
 };
 
@@ -35,8 +33,8 @@ constexpr VisualTail VisualTails[] = {
     {{GLX_DEPTH_SIZE, 1, 0}, false},          {{0, 0, 0}, false},
 };
 
-/// The property by which Motif, and most window managers after it, are told about decorations. X hands properties of
-/// format 32 over as longs.
+/// The property by which programs tell Motif and most later window managers about decorations. Xlib takes properties of
+/// format 32 as an array of long.
 struct MotifHints
 {
   unsigned long flags;
@@ -48,84 +46,12 @@ struct MotifHints
 
 constexpr unsigned long MotifDecorationsValid = 2;
 
-/// Which thread made which context current last, as far as this back end sees it.
-class ContextThreads
-{
-public:
-  static ContextThreads& instance()
-  {
-    static ContextThreads& threads = *new ContextThreads; // outlives windows of static storage
-    return threads;
-  }
-
-  /// Whether a thread other than the calling one had the context last, and may still have it.
-  bool isElsewhere(GLXContext context)
-  {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto entry = m_threads.find(context);
-    return entry != m_threads.end() && entry->second != std::this_thread::get_id();
-  }
-
-  /// The calling thread has given up the context that it had, for another one or none.
-  void take(GLXContext context)
-  {
-    thread_local const Release release;
-    const std::thread::id self = std::this_thread::get_id();
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto entry = m_threads.begin(); entry != m_threads.end();)
-      entry = entry->second == self ? m_threads.erase(entry) : std::next(entry);
-    if (context)
-      m_threads.insert_or_assign(context, self);
-  }
-
-  /// The context is gone.
-  void forget(GLXContext context)
-  {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_threads.erase(context);
-  }
-
-private:
-  struct Release
-  {
-    ~Release() { instance().take(nullptr); }
-  };
-
-  std::mutex m_mutex;
-  std::map<GLXContext, std::thread::id> m_threads;
-};
-
-/// A server that resets itself after its last client, as Xvfb does unless it is told not to, takes none for a moment.
-Display* openDisplayPatiently()
-{
-  constexpr int Tries = 20;
-  constexpr unsigned int PauseMs = 25;
-  const char* const name = std::getenv("DISPLAY");
-  for (int tries = 1;; ++tries)
-  {
-    Display* const display = XOpenDisplay(nullptr);
-    if (display || !name || !*name || tries == Tries)
-      return display;
-    OmSLEEPMS(PauseMs);
-  }
-}
-
-/// Makes a context current that another thread may have. False when it has: drivers then refuse by an X error, which
-/// would end the process.
+/// Makes a context current that may be current on another thread. Returns false if it is: drivers then refuse with an X
+/// error.
 bool takeOver(Display* display, GLXDrawable drawable, GLXContext context)
 {
-  static std::atomic<bool> refused;
-  refused = false;
-  XErrorHandler const handler = XSetErrorHandler(
-      [](Display*, XErrorEvent*)
-      {
-        refused = true;
-        return 0;
-      });
-  const bool made = glXMakeCurrent(display, drawable, context);
-  XSync(display, False);
-  XSetErrorHandler(handler);
-  return made && !refused;
+  const OmX11Errors errors(display);
+  return glXMakeCurrent(display, drawable, context) && !errors.caught();
 }
 
 struct Size
@@ -134,7 +60,7 @@ struct Size
   unsigned int height;
 };
 
-/// The size to ask X for, which knows no empty windows.
+/// The size to ask X for, in pixels. X has no empty windows.
 Size nativeSize(OmU32 width, OmU32 height)
 {
   if (width == 0 || height == 0)
@@ -143,46 +69,30 @@ Size nativeSize(OmU32 width, OmU32 height)
   return {std::min(width, largest), std::min(height, largest)};
 }
 
-/// The position to ask X for. Negative ones, left of or above the screen, arrive here as large unsigned numbers.
+/// The position to ask X for, in pixels. Positions left of or above the screen arrive as large unsigned numbers.
 int nativePosition(OmU32 position)
 {
   return std::clamp(static_cast<int>(position), -LargestCoordinate, LargestCoordinate);
 }
 
+/// The connections of a share group of X11 windows.
+OmX11Connections& connectionsOf(const boost::shared_ptr<OmShareGroup::Names>& group)
+{
+  return static_cast<OmX11Connections&>(*group);
+}
+
 } // namespace
 
-/// The connections of a share group's windows, past ones included.
-class OmWindow::Impl::X11::Connections
-{
-public:
-  void add(const boost::shared_ptr<Display>& connection)
-  {
-    if (std::find(m_connections.begin(), m_connections.end(), connection) == m_connections.end())
-      m_connections.push_back(connection);
-  }
-
-  /// A connection that no back end uses any more; empty when there is none.
-  boost::shared_ptr<Display> findIdle() const
-  {
-    const auto idle = std::find_if(m_connections.begin(), m_connections.end(),
-                                   [](const auto& connection) { return connection.use_count() == 1; });
-    return idle == m_connections.end() ? boost::shared_ptr<Display>() : *idle;
-  }
-
-private:
-  std::vector<boost::shared_ptr<Display>> m_connections;
-};
-
 OmWindow::Impl::X11::X11()
-    : m_pDisplay(nullptr), m_pVisualInfo(nullptr), m_context(nullptr), m_xWindow(0), m_colormap(0)
+    : m_pDisplay(nullptr), m_pVisualInfo(nullptr), m_context(nullptr), m_xWindow(0), m_colormap(0),
+      m_largestWidth(LargestCoordinate), m_largestHeight(LargestCoordinate)
 {
 }
 
 OmWindow::Impl::X11::~X11()
 {
   X11::closeWindow();
-  if (m_pVisualInfo)
-    XFree(m_pVisualInfo);
+  freeVisual();
 }
 
 boost::shared_ptr<OmWindow::Impl> OmWindow::Impl::X11::newImpl()
@@ -198,13 +108,39 @@ void OmWindow::Impl::X11::setName(const OmString& name)
   XFlush(m_pDisplay);
 }
 
-void OmWindow::Impl::X11::setWindowSize(OmU32 width, OmU32 height)
+/// Whether the card draws windows of that size, in pixels; prints an error message if not.
+bool OmWindow::Impl::X11::isSizeDrawn(const char* operation, OmU32 width, OmU32 height) const
+{
+  if (width <= m_largestWidth && height <= m_largestHeight)
+    return true;
+  Om::Print::instance().write(Om::Print::Error,
+                              "X11::%s - %u by %u pixels are more than the %u by %u that the card draws.\n", operation,
+                              width, height, m_largestWidth, m_largestHeight);
+  return false;
+}
+
+/// Resizes the window by calling `request`, with a size within the limits of the card and of X. Prints an error message
+/// if the card or the server does not take the size.
+template <class Request>
+void OmWindow::Impl::X11::resize(OmU32 width, OmU32 height, Request request)
 {
   if (!m_xWindow)
     return;
-  const Size size = nativeSize(width, height);
-  XResizeWindow(m_pDisplay, m_xWindow, size.width, size.height);
+  Size size = nativeSize(width, height);
+  if (!isSizeDrawn("setWindowSize", width, height))
+    size = {std::min(size.width, m_largestWidth), std::min(size.height, m_largestHeight)};
+  const OmX11Errors errors(m_pDisplay);
+  request(size.width, size.height);
   handleConfigure();
+  if (errors.caught())
+    Om::Print::instance().write(Om::Print::Error,
+                                "X11::setWindowSize - The X server cannot hold a window of %u by %u pixels.\n",
+                                size.width, size.height);
+}
+
+void OmWindow::Impl::X11::setWindowSize(OmU32 width, OmU32 height)
+{
+  resize(width, height, [this](unsigned int w, unsigned int h) { XResizeWindow(m_pDisplay, m_xWindow, w, h); });
 }
 
 void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
@@ -217,11 +153,9 @@ void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
 
 void OmWindow::Impl::X11::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x, OmU32 y)
 {
-  if (!m_xWindow)
-    return;
-  const Size size = nativeSize(width, height);
-  XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), size.width, size.height);
-  handleConfigure();
+  resize(width, height,
+         [=](unsigned int w, unsigned int h)
+         { XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h); });
 }
 
 void OmWindow::Impl::X11::setTopMost(OmBoolean topMost)
@@ -253,7 +187,7 @@ void OmWindow::Impl::X11::setFullScreen(OmBoolean fullScreen)
   const Atom atom = XInternAtom(m_pDisplay, "_MOTIF_WM_HINTS", True);
   if (atom == None)
   {
-    Om::Print::instance().write(4, "Unable to change fullscreen property.\n");
+    Om::Print::instance().write(Om::Print::Error, "Unable to change fullscreen property.\n");
     return;
   }
   const MotifHints hints = {MotifDecorationsValid, 0, fullScreen ? 0ul : 1ul, 0, 0};
@@ -266,17 +200,19 @@ void OmWindow::Impl::X11::makeCurrent() const
 {
   if (!m_xWindow || (glXGetCurrentContext() == m_context && OmWindow::getWindow() == m_pWindow))
     return;
-  ContextThreads& threads = ContextThreads::instance();
+  OmCurrentEGL::release();
+  OmContextThreads& threads = OmContextThreads::instance();
   if (!threads.isElsewhere(m_context))
     glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
   else if (!takeOver(m_pDisplay, m_xWindow, m_context))
   {
-    Om::Print::instance().write(4,
+    Om::Print::instance().write(Om::Print::Error,
                                 "OmWindow::Impl::X11::makeCurrent - The window is current on another thread; open and "
                                 "use each window on one thread.\n");
     return;
   }
-  threads.take(m_context);
+  threads.take(m_context); // not before: a context that was refused still belongs to the other thread
+  deleteKeptNames();
 }
 
 void OmWindow::Impl::X11::swapBuffers() const
@@ -289,27 +225,43 @@ OmBoolean OmWindow::Impl::X11::openWindow()
 {
   if (!m_pWindow)
   {
-    Om::Print::instance().write(4, "X11::openWindow - No root window specified.\n");
+    Om::Print::instance().write(Om::Print::Error, "X11::openWindow - No root window specified.\n");
     return false;
   }
   if (m_xWindow)
     return true;
-  if (!isSizeHeld() || !openDisplay() || !chooseVisual() || !createContext() || !createWindow())
+  if (!isSizeHeld() || !openDisplay())
   {
     closeWindow();
     return false;
   }
-  if (!m_pWindow->getHideWindow())
-    mapWindow();
-  ContextThreads::instance().take(m_context);
-  glXMakeCurrent(m_pDisplay, m_xWindow, m_context);
+  if (!openOnDisplay())
+    return false;
   const OmString name = m_pWindow->getName();
   setName(name);
   return true;
 }
 
-/// Whether X has windows of the size that is asked for; checked before there is a context that a failure would take
-/// from other windows.
+/// Opens the window on the connection. If the server refuses a request, the step fails instead of ending the process.
+bool OmWindow::Impl::X11::openOnDisplay()
+{
+  const OmX11Errors errors(m_pDisplay);
+  if (hasGLX() && chooseVisual() && createContext(errors) && createWindow(errors))
+  {
+    if (!m_pWindow->getHideWindow())
+      mapWindow();
+    if (activate(errors))
+    {
+      omSwapWithoutWaiting();
+      return true;
+    }
+  }
+  closeWindow(); // while `errors` still catches its errors
+  return false;
+}
+
+/// Whether X has windows of that size. Checked before a context is made, because closing after a later failure leaves
+/// no context current, not even another window's.
 bool OmWindow::Impl::X11::isSizeHeld() const
 {
   OmU32 width = 0;
@@ -317,9 +269,9 @@ bool OmWindow::Impl::X11::isSizeHeld() const
   m_pWindow->getWindowSize(width, height);
   if (width <= LargestCoordinate && height <= LargestCoordinate)
     return true;
-  Om::Print::instance().write(4, "X11::openWindow - %u by %u pixels are more than the %d of a window.\n", width, height,
-                              LargestCoordinate);
-  Om::Print::instance().write(4, "X11::openWindow - Failed to create Window.\n");
+  Om::Print::instance().write(Om::Print::Error, "X11::openWindow - %u by %u pixels are more than the %d of a window.\n",
+                              width, height, LargestCoordinate);
+  Om::Print::instance().write(Om::Print::Error, "X11::openWindow - Failed to create Window.\n");
   return false;
 }
 
@@ -329,24 +281,27 @@ bool OmWindow::Impl::X11::openDisplay()
   {
     const boost::shared_ptr<X11> partner = sharePartner();
     if (partner && partner->m_context)
-      m_connection = partner->connections().findIdle();
+      m_connection = connectionsOf(partner->m_groupNames).findIdle();
     if (m_connection)
       XSync(m_connection.get(), True); // drops the events of the window that used it before
-    else if (Display* display = openDisplayPatiently())
+    else if (Display* display = omOpenDisplay())
       m_connection.reset(display, XCloseDisplay);
     m_pDisplay = m_connection.get();
   }
   if (!m_pDisplay)
   {
-    Om::Print::instance().write(4, "X11::openWindow - Cannot open display.\n");
-    return false;
-  }
-  if (!glXQueryExtension(m_pDisplay, nullptr, nullptr))
-  {
-    Om::Print::instance().write(4, "X11::openWindow - Failed to get GLX extensions.\n");
+    Om::Print::instance().write(Om::Print::Error, "X11::openWindow - Cannot open display.\n");
     return false;
   }
   return true;
+}
+
+bool OmWindow::Impl::X11::hasGLX() const
+{
+  if (glXQueryExtension(m_pDisplay, nullptr, nullptr))
+    return true;
+  Om::Print::instance().write(Om::Print::Error, "X11::openWindow - Failed to get GLX extensions.\n");
+  return false;
 }
 
 OmBoolean OmWindow::Impl::X11::chooseVisual()
@@ -354,9 +309,7 @@ OmBoolean OmWindow::Impl::X11::chooseVisual()
   if (!m_pDisplay)
     return false;
   const int screen = ScreenCount(m_pDisplay) - 1;
-  if (m_pVisualInfo)
-    XFree(m_pVisualInfo);
-  m_pVisualInfo = nullptr;
+  freeVisual();
   for (const VisualTail& tail : VisualTails)
   {
     int attributes[] = {GLX_DOUBLEBUFFER,   GLX_RGBA,           GLX_RED_SIZE,       8,   GLX_ALPHA_SIZE, 8,
@@ -368,29 +321,28 @@ OmBoolean OmWindow::Impl::X11::chooseVisual()
       m_pWindow->setStereoSupported();
     return true;
   }
-  Om::Print::instance().write(4, "X11: Unable to find suitable pixel format.\n");
+  Om::Print::instance().write(Om::Print::Error, "X11: Unable to find suitable pixel format.\n");
   return false;
 }
 
-bool OmWindow::Impl::X11::createContext()
+bool OmWindow::Impl::X11::createContext(const OmX11Errors& errors)
 {
   const boost::shared_ptr<X11> partner = sharePartner();
   if (!partner && getShare())
-    Om::Print::instance().write(4, "OmWindow::openWindow() - Unable to share windows of different types.\n");
+    Om::Print::instance().write(Om::Print::Error,
+                                "OmWindow::openWindow() - Unable to share windows of different types.\n");
 
   const GLXContext shared = partner ? partner->m_context : nullptr;
-  m_shareGroup = shared ? partner->m_shareGroup : boost::make_shared<Connections>();
-  connections().add(m_connection);
+  holdNames(shared ? partner->m_groupNames : boost::make_shared<OmX11Connections>());
+  connectionsOf(m_groupNames).add(m_connection);
   m_context = glXCreateContext(m_pDisplay, m_pVisualInfo, shared, True);
-  if (!m_context)
-  {
-    Om::Print::instance().write(4, "X11::openWindow - Failed to create OpenGL context.\n");
-    return false;
-  }
-  return true;
+  if (m_context && !errors.caught())
+    return true;
+  Om::Print::instance().write(Om::Print::Error, "X11::openWindow - Failed to create OpenGL context.\n");
+  return false;
 }
 
-bool OmWindow::Impl::X11::createWindow()
+bool OmWindow::Impl::X11::createWindow(const OmX11Errors& errors)
 {
   const Window root = RootWindow(m_pDisplay, m_pVisualInfo->screen);
   m_colormap = XCreateColormap(m_pDisplay, root, m_pVisualInfo->visual, AllocNone);
@@ -409,9 +361,10 @@ bool OmWindow::Impl::X11::createWindow()
   m_xWindow = XCreateWindow(m_pDisplay, root, nativePosition(x), nativePosition(y), size.width, size.height, 0,
                             m_pVisualInfo->depth, InputOutput, m_pVisualInfo->visual,
                             CWBorderPixel | CWEventMask | CWColormap, &attributes);
-  if (!m_xWindow)
+  if (!m_xWindow || errors.caught())
   {
-    Om::Print::instance().write(4, "X11::openWindow - Failed to create Window.\n");
+    m_xWindow = 0; // Xlib returns an id even if the server refuses the window
+    Om::Print::instance().write(Om::Print::Error, "X11::openWindow - Failed to create Window.\n");
     return false;
   }
 
@@ -432,10 +385,30 @@ void OmWindow::Impl::X11::mapWindow()
     XRaiseWindow(m_pDisplay, m_xWindow);
 }
 
+/// Makes the context current, and asks it for the largest window that it draws.
+bool OmWindow::Impl::X11::activate(const OmX11Errors& errors)
+{
+  OmCurrentEGL::release();
+  if (!glXMakeCurrent(m_pDisplay, m_xWindow, m_context) || errors.caught())
+  {
+    Om::Print::instance().write(Om::Print::Error, "X11::openWindow - Failed to make the OpenGL context current.\n");
+    return false;
+  }
+  OmContextThreads::instance().take(m_context);
+  GLint largest[2] = {};
+  glGetIntegerv(GL_MAX_VIEWPORT_DIMS, largest);
+  m_largestWidth = static_cast<OmU32>(std::clamp(largest[0], 1, LargestCoordinate));
+  m_largestHeight = static_cast<OmU32>(std::clamp(largest[1], 1, LargestCoordinate));
+  OmU32 width = 0;
+  OmU32 height = 0;
+  m_pWindow->getWindowSize(width, height);
+  return isSizeDrawn("openWindow", width, height);
+}
+
 void OmWindow::Impl::X11::unmapWindow()
 {
-  // An unmap is reported only for a window that is mapped: not before the window manager has mapped it, and not after
-  // the user has iconified it.
+  // The server reports an unmap only for a window that is mapped. A window is not mapped before the window manager has
+  // mapped it, nor after the user has iconified it.
   XWindowAttributes attributes = {};
   const bool mapped = XGetWindowAttributes(m_pDisplay, m_xWindow, &attributes) && attributes.map_state != IsUnmapped;
   XUnmapWindow(m_pDisplay, m_xWindow);
@@ -446,30 +419,15 @@ void OmWindow::Impl::X11::unmapWindow()
 
 void OmWindow::Impl::X11::closeWindow()
 {
-  if (m_xWindow)
-  {
-    if (!m_pWindow || !m_pWindow->getHideWindow())
-      unmapWindow();
-    destroyContext();
-    XDestroyWindow(m_pDisplay, m_xWindow);
-    m_xWindow = 0;
-  }
-  else if (m_context)
-  {
-    destroyContext();
-  }
-  else if (m_pVisualInfo)
-  {
-    XFree(m_pVisualInfo);
-    m_pVisualInfo = nullptr;
-  }
-  if (m_colormap)
-  {
-    XFreeColormap(m_pDisplay, m_colormap);
-    XFlush(m_pDisplay); // the connection may outlive the window
-    m_colormap = 0;
-  }
-  m_shareGroup.reset();
+  deleteLastNames();
+  const bool wasOpening = m_context; // if there was none, free the visual too; else the next opening does
+  if (m_xWindow && (!m_pWindow || !m_pWindow->getHideWindow()))
+    unmapWindow();
+  destroyContext();
+  destroyWindow();
+  if (!wasOpening)
+    freeVisual();
+  dropNames();
   m_pWindow = nullptr;
 }
 
@@ -477,11 +435,32 @@ void OmWindow::Impl::X11::destroyContext()
 {
   if (!m_context)
     return;
-  ContextThreads::instance().take(nullptr);
-  ContextThreads::instance().forget(m_context);
+  OmContextThreads& threads = OmContextThreads::instance();
+  threads.forget(m_context);
+  threads.take(nullptr); // the calling thread has no current context afterwards
+  OmCurrentEGL::release();
   glXMakeCurrent(m_pDisplay, None, nullptr);
   glXDestroyContext(m_pDisplay, m_context);
   m_context = nullptr;
+}
+
+void OmWindow::Impl::X11::destroyWindow()
+{
+  if (m_xWindow)
+    XDestroyWindow(m_pDisplay, m_xWindow);
+  m_xWindow = 0;
+  if (!m_colormap)
+    return;
+  XFreeColormap(m_pDisplay, m_colormap);
+  XFlush(m_pDisplay); // the connection may outlive the window
+  m_colormap = 0;
+}
+
+void OmWindow::Impl::X11::freeVisual()
+{
+  if (m_pVisualInfo)
+    XFree(m_pVisualInfo);
+  m_pVisualInfo = nullptr;
 }
 
 void OmWindow::Impl::X11::handleConfigure()
@@ -494,11 +473,6 @@ void OmWindow::Impl::X11::handleConfigure()
 boost::shared_ptr<OmWindow::Impl::X11> OmWindow::Impl::X11::sharePartner() const
 {
   return boost::dynamic_pointer_cast<X11>(getShare());
-}
-
-OmWindow::Impl::X11::Connections& OmWindow::Impl::X11::connections() const
-{
-  return *static_cast<Connections*>(m_shareGroup.get());
 }
 
 Bool OmWindow::Impl::X11::waitForMapNotifyX(Display*, XEvent* event, char* arg)

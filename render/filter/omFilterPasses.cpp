@@ -1,0 +1,149 @@
+#include "render/filter/omFilterPasses.h"
+
+#include "foundation/common/omUtils.h"
+#include "render/filter/omFilterProgram.h"
+#include "render/omGL.h"
+
+#include <array>
+#include <cstring>
+#include <utility>
+
+namespace
+{
+
+/// A part of the storage that is drawn into along one axis, in pixels, and the texture coordinates at its ends.
+struct Span
+{
+  OmU32 start;
+  OmU32 end;
+  float startCoordinate;
+  float endCoordinate;
+};
+
+/// The picture, and behind it the padding. There every pixel computes what the picture's last one does, so that the
+/// next pass reads the edge beyond the edge.
+std::array<Span, 2> spans(OmU32 side, OmU32 storageSide, float fromSide, float fromTexelSize)
+{
+  const float end = fromSide * fromTexelSize;
+  const float last = end * (1.0f - 0.5f / static_cast<float>(side));
+  return {{{0, side, 0.0f, end}, {side, storageSide, last, last}}};
+}
+
+/// Makes RGBA pixels RGB ones.
+void dropAlpha(const OmU8* source, OmU8* target, std::size_t pixels)
+{
+  for (std::size_t i = 0; i + 1 < pixels; ++i) // four bytes at a time; the next pixel replaces the fourth
+    std::memcpy(target + 3 * i, source + 4 * i, 4);
+  std::memcpy(target + 3 * (pixels - 1), source + 4 * (pixels - 1), 3);
+}
+
+} // namespace
+
+OmString OmFilterPasses::takeError()
+{
+  const GLenum error = glGetError();
+  if (error == GL_OUT_OF_MEMORY)
+    return "the graphics card is out of memory; scale the picture down first";
+  return error == GL_NO_ERROR ? "" : "OpenGL error 0x" + OmINT2STRING(error, 16);
+}
+
+OmString OmFilterPasses::run(const OmFilterProgram& program, const OmImage& image, const OmFilterRun& filterRun,
+                             OmImage& result)
+{
+  m_source.load(image, filterRun.width != image.width() || filterRun.height != image.height());
+  const OmPictureTexture* from = &m_source;
+  for (OmU32 number = 0; number < filterRun.passes; ++number)
+  {
+    // The last pass makes the result, which is of bytes. Those before take turns between the other two targets.
+    const bool isLast = number + 1 == filterRun.passes;
+    const Pass pass = {number, isLast ? 0 : 1 + static_cast<int>(number % 2), !isLast && filterRun.floats, !isLast};
+    OmString failure = makeTarget(pass, filterRun.width, filterRun.height);
+    if (!failure.empty())
+      return failure;
+    draw(program, pass, *from);
+    from = &m_targets[pass.target]->picture;
+  }
+  OmString failure = takeError();
+  if (!failure.empty())
+    return failure;
+
+  const OmU32 channels = image.channels() % 2 == 0 ? 4 : 3;
+  const bool fits = result.channels() == channels && result.width() == filterRun.width &&
+                    result.height() == filterRun.height && !result.flippedData();
+  if (fits)
+    return read(result);
+  OmImage made(channels, filterRun.width, filterRun.height);
+  failure = read(made);
+  if (failure.empty())
+    result = std::move(made);
+  return failure;
+}
+
+OmString OmFilterPasses::makeTarget(const Pass& pass, OmU32 width, OmU32 height)
+{
+  auto& target = m_targets[pass.target];
+  if (!target)
+    target.emplace();
+  if (target->picture.width() == width && target->picture.height() == height &&
+      target->picture.hasFloats() == pass.floats)
+    return "";
+  target->picture.makeTarget(width, height, pass.floats);
+  OmString failure = takeError();
+  if (failure.empty() && !target->framebuffer.init(target->picture.texture(), OmFrameBufferObject::Color, 0))
+    failure = "the framebuffer is not complete";
+  if (failure.empty())
+    return "";
+  return "cannot make a " + OmString(pass.floats ? "float " : "") + "picture of " + std::to_string(width) + " x " +
+         std::to_string(height) + " pixels to draw into: " + failure;
+}
+
+void OmFilterPasses::draw(const OmFilterProgram& program, const Pass& pass, const OmPictureTexture& from) const
+{
+  const Target& target = *m_targets[pass.target];
+  const OmPictureTexture& to = target.picture;
+  const OmU32 drawnWidth = pass.padding ? to.storageWidth() : to.width();
+  const OmU32 drawnHeight = pass.padding ? to.storageHeight() : to.height();
+  target.framebuffer.bind();
+  glViewport(0, 0, static_cast<GLsizei>(drawnWidth), static_cast<GLsizei>(drawnHeight));
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  glOrtho(0.0, drawnWidth, 0.0, drawnHeight, -1.0, 1.0);
+  glMatrixMode(GL_MODELVIEW);
+  glLoadIdentity();
+  from.bind(0);
+  program.setPass(pass.number, from.size(), from.texelSize());
+
+  glBegin(GL_QUADS);
+  for (const Span& y : spans(to.height(), drawnHeight, from.size()[1], from.texelSize()[1]))
+    for (const Span& x : spans(to.width(), drawnWidth, from.size()[0], from.texelSize()[0]))
+    {
+      if (x.start == x.end || y.start == y.end)
+        continue;
+      glTexCoord2f(x.startCoordinate, y.startCoordinate);
+      glVertex2f(static_cast<float>(x.start), static_cast<float>(y.start));
+      glTexCoord2f(x.endCoordinate, y.startCoordinate);
+      glVertex2f(static_cast<float>(x.end), static_cast<float>(y.start));
+      glTexCoord2f(x.endCoordinate, y.endCoordinate);
+      glVertex2f(static_cast<float>(x.end), static_cast<float>(y.end));
+      glTexCoord2f(x.startCoordinate, y.endCoordinate);
+      glVertex2f(static_cast<float>(x.start), static_cast<float>(y.end));
+    }
+  glEnd();
+}
+
+/// Reads the bound framebuffer into an image of the right shape. Always as RGBA: drivers convert to three bytes a pixel
+/// more slowly than dropAlpha().
+OmString OmFilterPasses::read(OmImage& result)
+{
+  const OmU32 width = result.width();
+  const OmU32 height = result.height();
+  const bool isRGB = result.channels() == 3;
+  if (isRGB && (m_read.width() != width || m_read.height() != height))
+    m_read = OmImage(4, width, height);
+  glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGBA, GL_UNSIGNED_BYTE,
+               isRGB ? m_read.data() : result.data());
+  OmString failure = takeError();
+  if (failure.empty() && isRGB)
+    dropAlpha(m_read.data(), result.data(), std::size_t(width) * height);
+  return failure;
+}

@@ -1,0 +1,243 @@
+#include "render/filter/omFilterProgram.h"
+
+#include "foundation/core/omPrint.h"
+#include "render/filter/omProgramInterface.h"
+#include "render/omGL.h"
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <iterator>
+#include <sstream>
+
+namespace
+{
+
+constexpr char NoReason[] = "the driver does not say why";
+constexpr const char* OwnUniforms[] = {"image", "imageSize", "texelSize", "pass", "direction"};
+
+OmString quoted(const OmString& text)
+{
+  return '"' + text + '"';
+}
+
+/// Prints a warning about the shader of that name.
+void warn(const OmString& name, const OmString& warning)
+{
+  Om::Print::instance().write(Om::Print::Warning, "OmImageFilter: %s%s.\n", name.c_str(), warning.c_str());
+}
+
+GLint parameter(GLhandleARB handle, GLenum name)
+{
+  GLint value = 0;
+  glGetObjectParameterivARB(handle, name, &value);
+  return value;
+}
+
+void deleteObject(OmU32 handle)
+{
+  glDeleteObjectARB(handle);
+}
+
+/// The lines of the log of a shader or program.
+std::vector<OmString> infoLog(GLhandleARB handle)
+{
+  OmString log(static_cast<std::size_t>(std::max(parameter(handle, GL_OBJECT_INFO_LOG_LENGTH_ARB), 1)), '\0');
+  GLsizei written = 0;
+  glGetInfoLogARB(handle, static_cast<GLsizei>(log.size()), &written, log.data());
+  std::istringstream text(log.substr(0, static_cast<std::size_t>(written)));
+  std::vector<OmString> lines;
+  for (OmString line; std::getline(text, line);)
+    if (!line.empty())
+      lines.push_back(line);
+  return lines;
+}
+
+/// A failure's reason in one line.
+OmString reason(const std::vector<OmString>& infoLog)
+{
+  OmString line;
+  for (const OmString& part : infoLog)
+    line.append(line.empty() ? "" : "; ").append(part);
+  return line.empty() ? NoReason : line;
+}
+
+/// Prints the lines that warn. Some drivers also write into a log that all went well.
+void printWarnings(const OmString& name, const std::vector<OmString>& infoLog)
+{
+  constexpr char Word[] = "warning"; // in capitals on some drivers
+  for (const OmString& line : infoLog)
+    if (std::search(line.begin(), line.end(), std::begin(Word), std::end(Word) - 1,
+                    [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; }) != line.end())
+      warn(name, ": " + line);
+}
+
+GLhandleARB compiled(const OmString& source, GLenum type)
+{
+  const GLhandleARB shader = glCreateShaderObjectARB(type);
+  const GLcharARB* text = source.c_str();
+  glShaderSourceARB(shader, 1, &text, nullptr);
+  glCompileShaderARB(shader);
+  return shader;
+}
+
+struct Setter
+{
+  std::size_t floats;
+  std::size_t integers;
+  void (*set)(int location, const OmUniformSetting& value);
+};
+
+constexpr Setter Setters[] = {
+    {1, 0, [](int location, const OmUniformSetting& value) { glUniform1fARB(location, value.floats[0]); }},
+    {2, 0,
+     [](int location, const OmUniformSetting& value) { glUniform2fARB(location, value.floats[0], value.floats[1]); }},
+    {3, 0,
+     [](int location, const OmUniformSetting& value)
+     { glUniform3fARB(location, value.floats[0], value.floats[1], value.floats[2]); }},
+    {0, 1, [](int location, const OmUniformSetting& value) { glUniform1iARB(location, value.integers[0]); }},
+    {0, 2,
+     [](int location, const OmUniformSetting& value)
+     { glUniform2iARB(location, value.integers[0], value.integers[1]); }},
+};
+
+void clearErrors()
+{
+  while (glGetError() != GL_NO_ERROR)
+    continue;
+}
+
+} // namespace
+
+OmFilterProgram::~OmFilterProgram()
+{
+  if (m_program != 0 && m_shareGroup.isCurrent())
+    deleteObject(m_program);
+  else if (m_program != 0)
+    m_shareGroup.deleteLater(deleteObject, m_program);
+}
+
+OmString OmFilterProgram::make(const OmFilterShader& fragment, const OmFilterShader& vertex)
+{
+  m_shareGroup = OmShareGroup::current();
+  m_name = fragment.name;
+  m_program = glCreateProgramObjectARB();
+  OmString failure = compile(fragment, GL_FRAGMENT_SHADER_ARB);
+  if (failure.empty())
+    failure = compile(vertex, GL_VERTEX_SHADER_ARB);
+  if (failure.empty())
+    failure = link();
+  if (!failure.empty())
+    return failure;
+  // Not every driver says so.
+  for (const OmString& input : OmProgramInterface::unwrittenInputs(fragment.source, vertex.source))
+    warn(m_name, " reads " + quoted(input) +
+                     ", which the vertex shader does not write; read gl_TexCoord[0], or write it by a vertex shader");
+  m_image = location("image");
+  m_imageSize = location("imageSize");
+  m_texelSize = location("texelSize");
+  m_pass = location("pass");
+  m_direction = location("direction");
+  return findPictures();
+}
+
+OmString OmFilterProgram::compile(const OmFilterShader& shader, GLenum type)
+{
+  const GLhandleARB object = compiled(shader.source, type);
+  OmString failure = parameter(object, GL_OBJECT_COMPILE_STATUS_ARB) == GL_TRUE
+                         ? ""
+                         : "cannot compile " + shader.name + ": " + reason(infoLog(object));
+  glAttachObjectARB(m_program, object);
+  glDeleteObjectARB(object); // when the program is
+  if (!failure.empty())
+    return failure;
+  // Mesa does not compile a text again that its cache on disk knows, and then has no log. So ask for one it never saw.
+  const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+  const GLhandleARB unknown = compiled(shader.source + "\n//" + std::to_string(now), type);
+  printWarnings(shader.name, infoLog(unknown));
+  glDeleteObjectARB(unknown);
+  return "";
+}
+
+OmString OmFilterProgram::link()
+{
+  glLinkProgramARB(m_program);
+  const std::vector<OmString> log = infoLog(m_program);
+  if (parameter(m_program, GL_OBJECT_LINK_STATUS_ARB) != GL_TRUE)
+    return "cannot link " + m_name + ": " + reason(log);
+  printWarnings(m_name, log);
+  return "";
+}
+
+OmString OmFilterProgram::findPictures()
+{
+  for (const OmActiveSampler& sampler : OmProgramInterface::activeSamplers(m_program))
+  {
+    if (sampler.type != GL_SAMPLER_2D)
+      return "the sampler " + quoted(sampler.name) + " of " + m_name +
+             " is no sampler2D; make it one, as filters give pictures to no other kind";
+    if (sampler.name != "image")
+      m_pictures.push_back(sampler.name);
+  }
+  return "";
+}
+
+void OmFilterProgram::use() const
+{
+  glUseProgramObjectARB(m_program);
+}
+
+/// Returns -1 for a uniform that the program does not have or use; GL ignores values for that.
+int OmFilterProgram::location(const OmString& name) const
+{
+  return glGetUniformLocationARB(m_program, name.c_str());
+}
+
+OmString OmFilterProgram::set(const OmUniformSetting& setting) const
+{
+  if (std::find(std::begin(OwnUniforms), std::end(OwnUniforms), setting.name) != std::end(OwnUniforms))
+    return "the filter sets the uniform " + quoted(setting.name) + " itself; leave it out";
+  const int place = location(setting.name);
+  if (place == -1)
+    return m_name + " has no uniform " + quoted(setting.name) + ", or makes no use of it";
+  return assign(place, setting);
+}
+
+OmString OmFilterProgram::setDefault(const OmUniformSetting& setting) const
+{
+  const int place = location(setting.name);
+  return place == -1 ? "" : assign(place, setting);
+}
+
+OmString OmFilterProgram::assign(int place, const OmUniformSetting& setting) const
+{
+  const std::size_t floats = setting.floats.size();
+  const std::size_t integers = setting.integers.size();
+  const auto setter = std::find_if(std::begin(Setters), std::end(Setters),
+                                   [&](const Setter& one) { return one.floats == floats && one.integers == integers; });
+  clearErrors();
+  if (setter != std::end(Setters))
+    setter->set(place, setting);
+  if (setter != std::end(Setters) && glGetError() == GL_NO_ERROR)
+    return "";
+  return "the uniform " + quoted(setting.name) + " of " + m_name + " is not made of " +
+         (integers ? std::to_string(integers) + " whole number" : std::to_string(floats) + " float") +
+         (floats + integers == 1 ? "" : "s");
+}
+
+OmString OmFilterProgram::setPicture(const OmString& name, int unit, const float* size, const float* texelSize) const
+{
+  OmString failure = set({name, {}, {unit}});
+  glUniform2fARB(location(name + "Size"), size[0], size[1]);
+  glUniform2fARB(location(name + "TexelSize"), texelSize[0], texelSize[1]);
+  return failure;
+}
+
+void OmFilterProgram::setPass(OmU32 pass, const float* size, const float* texelSize) const
+{
+  glUniform1iARB(m_image, 0);
+  glUniform2fARB(m_imageSize, size[0], size[1]);
+  glUniform2fARB(m_texelSize, texelSize[0], texelSize[1]);
+  glUniform1iARB(m_pass, static_cast<GLint>(pass));
+  glUniform2fARB(m_direction, pass % 2 == 0 ? 1.0f : 0.0f, pass % 2 == 0 ? 0.0f : 1.0f);
+}

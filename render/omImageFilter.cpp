@@ -1,0 +1,399 @@
+#include "render/omImageFilter.h"
+
+#include "foundation/core/omPrint.h"
+#include "image/omImage.h"
+#include "render/filter/omCallerState.h"
+#include "render/filter/omFilterContext.h"
+#include "render/filter/omFilterPasses.h"
+#include "render/filter/omFilterProgram.h"
+#include "render/omGL.h"
+#include "render/omVersion.h"
+
+#include <algorithm>
+#include <list>
+#include <optional>
+#include <utility>
+
+namespace
+{
+
+struct Picture
+{
+  OmString name; ///< of the sampler
+  OmImage image;
+};
+
+/// Replaces the value of the same name, or adds one.
+template <typename Value>
+void replace(std::vector<Value>& values, Value value)
+{
+  const auto found =
+      std::find_if(values.begin(), values.end(), [&](const Value& other) { return other.name == value.name; });
+  if (found == values.end())
+    values.push_back(std::move(value));
+  else
+    *found = std::move(value);
+}
+
+OmString sizeText(OmU32 width, OmU32 height)
+{
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+OmString renderer()
+{
+  const GLubyte* const text = glGetString(GL_RENDERER);
+  return text ? reinterpret_cast<const char*>(text) : "the graphics card";
+}
+
+OmU32 limit(GLenum name)
+{
+  GLint value[2] = {}; // GL_MAX_VIEWPORT_DIMS has two, of which the smaller counts
+  glGetIntegerv(name, value);
+  return static_cast<OmU32>(std::max(name == GL_MAX_VIEWPORT_DIMS ? std::min(value[0], value[1]) : value[0], 0));
+}
+
+/// Of an image or a result, in the current context.
+OmU32 largestSideHere()
+{
+  return OmPictureTexture::largestSide(std::min(limit(GL_MAX_TEXTURE_SIZE), limit(GL_MAX_VIEWPORT_DIMS)));
+}
+
+/// Why the card cannot hold a picture; an empty text if it can.
+OmString sizeFailure(const OmString& what, OmU32 width, OmU32 height)
+{
+  const OmU32 largest = largestSideHere();
+  if (width <= largest && height <= largest)
+    return "";
+  return what + " is " + sizeText(width, height) + " pixels, more than the " + sizeText(largest, largest) + " of " +
+         renderer() + "; scale it down first";
+}
+
+/// Why an image cannot be uploaded; an empty text if it can.
+OmString imageFailure(const OmString& what, const OmImage& image)
+{
+  if (!image.data())
+    return what + " has no pixels";
+  if (image.channels() > 4)
+    return what + " has " + std::to_string(image.channels()) + " channels, and filters take 1 to 4";
+  return sizeFailure(what, image.width(), image.height());
+}
+
+/// A copy in which the pixels are in use, not the flipped copy.
+OmImage upright(OmImage image)
+{
+  if (image.isFlipped())
+    image.copyFromOrToFlipped(true);
+  return image;
+}
+
+bool report(const OmString& failure)
+{
+  if (!failure.empty())
+    Om::Print::instance().write(Om::Print::Error, "OmImageFilter: %s.\n", failure.c_str());
+  return failure.empty();
+}
+
+} // namespace
+
+/// The settings, and what was made of them in a context. The operations that return a text return why they fail; an
+/// empty text if they do not.
+class OmImageFilter::Work
+{
+public:
+  OmFilterContext context; // outlives what lives in it
+  std::optional<OmFilterShader> fragment;
+  std::optional<OmFilterShader> vertex;
+  std::vector<OmUniformSetting> settings;
+  std::vector<Picture> pictures;
+  std::vector<OmString> pictureNames;
+  OmFilterRun wanted;
+
+  OmString load(const OmFilterShader& shader, OmShader::ShaderType type);
+  void set(const OmUniformSetting& setting);
+  void setPicture(const OmString& name, const OmImage& image);
+  /// Makes what the context lacks, and does a job that may return a failure. Prints the failure.
+  template <typename Job>
+  bool inContext(Job job);
+  OmString run(const OmImage& image, OmImage& result);
+
+private:
+  OmString checkCard() const;
+  OmString prepare();
+  OmString compile();
+  OmString setUniforms() const;
+  OmString loadPictures();
+  OmString missingPicture() const;
+  OmString runPasses(const OmImage& image, OmImage& result);
+
+  OmShareGroup m_home; ///< the context in which the following lives
+  std::unique_ptr<OmFilterProgram> m_program;
+  std::list<OmPictureTexture> m_textures; ///< of the pictures, in their order
+  std::unique_ptr<OmFilterPasses> m_passes;
+  bool m_areUniformsSet = false;
+  bool m_arePicturesLoaded = false;
+};
+
+OmString OmImageFilter::Work::load(const OmFilterShader& shader, OmShader::ShaderType type)
+{
+  if (type != OmShader::Fragment && type != OmShader::Vertex)
+    return "filters have a fragment shader and a vertex shader, no other";
+  (type == OmShader::Fragment ? fragment : vertex) = shader;
+  m_program.reset();
+  return "";
+}
+
+void OmImageFilter::Work::set(const OmUniformSetting& setting)
+{
+  replace(settings, setting);
+  m_areUniformsSet = false;
+}
+
+void OmImageFilter::Work::setPicture(const OmString& name, const OmImage& image)
+{
+  if (image.data())
+    replace(pictures, {name, upright(image)});
+  else
+    pictures.erase(
+        std::remove_if(pictures.begin(), pictures.end(), [&](const Picture& picture) { return picture.name == name; }),
+        pictures.end());
+  m_arePicturesLoaded = false;
+}
+
+template <typename Job>
+bool OmImageFilter::Work::inContext(Job job)
+{
+  const OmFilterContext::Use use(context);
+  if (!use.isCurrent())
+    return false;
+  OmString failure = checkCard();
+  if (!failure.empty())
+    return report(failure);
+  const OmCallerState state;
+  failure = state.isSaved() ? prepare() : "GL's stack of attributes is full; pop some before";
+  return report(failure.empty() ? job() : failure);
+}
+
+OmString OmImageFilter::Work::checkCard() const
+{
+  const struct
+  {
+    bool isNeeded;
+    OmU32 capability;
+    const char* what;
+  } needs[] = {
+      {true, OmGL::SupportShaders, "filters need shaders"},
+      {true, OmGL::SupportFBO, "filters need framebuffer objects"},
+      {wanted.floats, OmGL::SupportFloatTexture, "floats between the passes need float textures"},
+  };
+  for (const auto& need : needs)
+    if (need.isNeeded && !OmGL::isSupported(need.capability))
+      return OmString(need.what) + ", which " + renderer() + " does not have";
+  return "";
+}
+
+OmString OmImageFilter::Work::prepare()
+{
+  if (!m_home.isCurrent())
+  {
+    m_program.reset();
+    m_passes.reset();
+    m_textures.clear();
+    m_home = OmShareGroup::currentContext();
+  }
+  if (!fragment)
+    return "there is no fragment shader; load one first";
+  OmString failure = m_program ? "" : compile();
+  if (!failure.empty())
+    return failure;
+  m_program->use();
+  if (!m_areUniformsSet)
+    failure = setUniforms();
+  m_areUniformsSet = failure.empty();
+  if (failure.empty() && !m_arePicturesLoaded)
+    failure = loadPictures();
+  m_arePicturesLoaded = failure.empty();
+  return failure;
+}
+
+OmString OmImageFilter::Work::compile()
+{
+  m_areUniformsSet = false;
+  m_arePicturesLoaded = false;
+  auto program = std::make_unique<OmFilterProgram>();
+  OmFilterShader standard;
+  standard.name = "the vertex shader";
+  standard.source = OmShader::getVertexShader();
+  OmString failure = program->make(*fragment, vertex.value_or(standard));
+  if (!failure.empty())
+    return failure;
+  pictureNames = program->pictures();
+  m_program = std::move(program);
+  return "";
+}
+
+OmString OmImageFilter::Work::setUniforms() const
+{
+  OmString failure;
+  for (const OmUniformSetting& setting : fragment->defaults)
+    if (failure.empty())
+      failure = m_program->setDefault(setting);
+  for (const OmUniformSetting& setting : settings)
+    if (failure.empty())
+      failure = m_program->set(setting);
+  return failure;
+}
+
+OmString OmImageFilter::Work::loadPictures()
+{
+  m_textures.clear();
+  const OmU32 most = std::max(limit(GL_MAX_TEXTURE_UNITS_ARB), OmU32{1}) - 1; // the image takes one
+  if (pictures.size() > most)
+    return "a shader can read " + std::to_string(most) + " other pictures on " + renderer() + ", not " +
+           std::to_string(pictures.size());
+  for (const Picture& picture : pictures)
+  {
+    OmString failure = imageFailure("the picture \"" + picture.name + '"', picture.image);
+    if (!failure.empty())
+      return failure;
+    OmPictureTexture& texture = m_textures.emplace_back();
+    texture.load(picture.image, false);
+    failure = OmFilterPasses::takeError();
+    if (!failure.empty())
+      return "cannot load the picture \"" + picture.name + "\": " + failure;
+    failure =
+        m_program->setPicture(picture.name, static_cast<int>(m_textures.size()), texture.size(), texture.texelSize());
+    if (!failure.empty())
+      return failure;
+  }
+  return "";
+}
+
+OmString OmImageFilter::Work::missingPicture() const
+{
+  for (const OmString& name : pictureNames)
+    if (std::none_of(pictures.begin(), pictures.end(), [&](const Picture& picture) { return picture.name == name; }))
+      return fragment->name + " reads another picture; give it by setPicture(\"" + name + "\", …)";
+  return "";
+}
+
+OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
+{
+  OmString failure = missingPicture();
+  if (!failure.empty())
+    return failure;
+  OmU32 unit = 0; // the image has unit 0
+  for (const OmPictureTexture& texture : m_textures)
+    texture.bind(++unit);
+  return image.isFlipped() ? runPasses(upright(image), result) : runPasses(image, result);
+}
+
+OmString OmImageFilter::Work::runPasses(const OmImage& image, OmImage& result)
+{
+  OmFilterRun filterRun = wanted;
+  if (filterRun.passes == 0)
+    filterRun.passes = fragment->passes;
+  if (filterRun.width == 0 || filterRun.height == 0)
+  {
+    filterRun.width = image.width();
+    filterRun.height = image.height();
+  }
+  OmString failure = imageFailure("the image", image);
+  if (failure.empty())
+    failure = sizeFailure("the result", filterRun.width, filterRun.height);
+  if (!failure.empty())
+    return failure;
+  // Only success keeps the storage: a failure may have left it undefined.
+  std::unique_ptr<OmFilterPasses> passes = m_passes ? std::move(m_passes) : std::make_unique<OmFilterPasses>();
+  failure = passes->run(*m_program, image, filterRun, result);
+  if (failure.empty())
+    m_passes = std::move(passes);
+  return failure;
+}
+
+OmImageFilter::OmImageFilter() : m_work(std::make_unique<Work>()) {}
+
+OmImageFilter::~OmImageFilter() = default;
+
+OmBoolean OmImageFilter::loadShaderFromFile(const OmString& fileName, OmShader::ShaderType type)
+{
+  OmFilterShader shader;
+  OmString failure = shader.readFile(fileName);
+  if (failure.empty() && type == OmShader::Fragment)
+    failure = shader.readComment();
+  return report(failure.empty() ? m_work->load(shader, type) : failure);
+}
+
+OmBoolean OmImageFilter::loadShaderFromString(const OmString& source, OmShader::ShaderType type)
+{
+  OmFilterShader shader;
+  shader.name = type == OmShader::Vertex ? "the vertex shader" : "the fragment shader";
+  shader.source = source;
+  const OmString failure = type == OmShader::Fragment ? shader.readComment() : "";
+  return report(failure.empty() ? m_work->load(shader, type) : failure);
+}
+
+OmBoolean OmImageFilter::set(const OmString& setting)
+{
+  const auto read = OmUniformSetting::read(setting);
+  if (read)
+    m_work->set(*read);
+  return report(read ? "" : "the setting \"" + setting + "\" is not like name=1.5 or name=i3");
+}
+
+void OmImageFilter::setFloats(const OmString& name, const std::vector<float>& values)
+{
+  m_work->set({name, values, {}});
+}
+
+void OmImageFilter::setIntegers(const OmString& name, const std::vector<int>& values)
+{
+  m_work->set({name, {}, values});
+}
+
+OmBoolean OmImageFilter::isSetting(const OmString& text)
+{
+  return OmUniformSetting::read(text).has_value();
+}
+
+void OmImageFilter::setPicture(const OmString& name, const OmImage& picture)
+{
+  m_work->setPicture(name, picture);
+}
+
+void OmImageFilter::setPasses(OmU32 passes)
+{
+  m_work->wanted.passes = passes;
+}
+
+void OmImageFilter::setFloatsBetweenPasses(OmBoolean floats)
+{
+  m_work->wanted.floats = floats;
+}
+
+void OmImageFilter::setSize(OmU32 width, OmU32 height)
+{
+  m_work->wanted.width = width;
+  m_work->wanted.height = height;
+}
+
+const std::vector<OmString>& OmImageFilter::pictureNames() const
+{
+  return m_work->pictureNames;
+}
+
+OmBoolean OmImageFilter::init()
+{
+  return m_work->inContext([] { return OmString(); });
+}
+
+OmU32 OmImageFilter::largestSide()
+{
+  const OmFilterContext::Use use(m_work->context);
+  return use.isCurrent() ? largestSideHere() : 0;
+}
+
+OmBoolean OmImageFilter::run(const OmImage& image, OmImage& result)
+{
+  return m_work->inContext([&] { return m_work->run(image, result); });
+}
