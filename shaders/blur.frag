@@ -1,6 +1,6 @@
-// Gaussian blur, along the rows and then along the columns; alpha like the colours.
+// Gaussian blur of colours and alpha, along the rows and then along the columns.
 // passes: 2
-// default: radius=3 (how far it reaches in pixels, up to 64: three standard deviations)
+// default: radius=3 (the reach in pixels, up to 64; it is three standard deviations)
 
 uniform sampler2D image;
 uniform vec2 texelSize;

@@ -1,6 +1,6 @@
-// Contrast about the middle grey, then brightness.
-// default: brightness=0 (added; 1 is the way from black to white)
-// default: contrast=1 (0 is all grey)
+// Changes the contrast around middle grey, then the brightness.
+// default: brightness=0 (added to each channel; 1 turns black into white)
+// default: contrast=1 (a factor; 0 makes everything middle grey)
 
 uniform sampler2D image;
 uniform float brightness;

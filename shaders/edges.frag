@@ -1,5 +1,5 @@
-// Edges in grey: the length of the Sobel gradient of the luma.
-// default: strength=1 (a factor)
+// Finds edges and shows them in grey: the length of the Sobel gradient of the luma.
+// default: strength=1 (a factor; more makes the edges brighter)
 
 uniform sampler2D image;
 uniform vec2 texelSize;

@@ -1,5 +1,5 @@
-// Each channel to the power of 1 / gamma.
-// default: gamma=2.2 (above 1 is brighter, below is darker)
+// Raises each channel to the power of 1 / gamma.
+// default: gamma=2.2 (above 1 makes the picture brighter, below 1 darker)
 
 uniform sampler2D image;
 uniform float gamma;

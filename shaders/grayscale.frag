@@ -1,4 +1,4 @@
-// Shades of grey: the luma of ITU-R BT.601.
+// Turns colours into shades of grey: the luma of ITU-R BT.601.
 
 uniform sampler2D image;
 

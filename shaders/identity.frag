@@ -1,4 +1,4 @@
-// The picture as it is.
+// Leaves the picture unchanged.
 
 uniform sampler2D image;
 

@@ -1,4 +1,4 @@
-// The negative.
+// Makes the negative of the picture.
 
 uniform sampler2D image;
 

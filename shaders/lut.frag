@@ -1,5 +1,5 @@
-// A 3-D colour table: --texture lut=STRIP.png, N squares of N x N pixels side by side. Red runs along a square's rows,
-// green down its columns, blue from square to square.
+// Applies a 3-D colour table, --texture lut=STRIP.png: N squares of N x N pixels side by side. In a square, red grows
+// from left to right and green from top to bottom; blue grows from square to square.
 
 uniform sampler2D image;
 uniform sampler2D lut;

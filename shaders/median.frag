@@ -1,4 +1,4 @@
-// The median of 3 x 3 pixels, each channel by itself: takes away specks and keeps edges.
+// Takes the median of 3 x 3 pixels, of each channel by itself: removes specks and keeps edges.
 
 uniform sampler2D image;
 uniform vec2 texelSize;
@@ -30,7 +30,8 @@ void main()
   sort(a, b, c);
   sort(d, e, f);
   sort(g, h, i);
-  // With the rows sorted, the median of all is that of the greatest low, the median middle and the least high.
+  // After sorting the rows, the median of all nine is the median of these three: the greatest of the low values, the
+  // median of the middle ones, and the least of the high ones.
   vec3 low = max(max(a, d), g);
   sort(b, e, h);
   vec3 high = min(min(c, f), i);

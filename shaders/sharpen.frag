@@ -1,5 +1,5 @@
-// Unsharp mask: adds what a 3 x 3 Gaussian blur takes away.
-// default: amount=1 (a factor)
+// Sharpens by an unsharp mask: adds what a 3 x 3 Gaussian blur removes.
+// default: amount=1 (a factor; more makes the picture sharper)
 
 uniform sampler2D image;
 uniform vec2 texelSize;

@@ -1,11 +1,11 @@
-// What scripts/demo and the tests need besides omrender: a picture to show, and whether two pictures are the same.
+// What scripts/demo and the tests need besides omrender: it draws a picture to show, and compares pictures.
 
 #include "image/omImage.h"
-#include "image/omImageReaderWriter.h"
-#include "tools/failure.h"
-#include "tools/libraryLog.h"
-#include "tools/numbers.h"
-#include "tools/testChart.h"
+#include "tools/omdemo/testChart.h"
+#include "tools/omrender/failure.h"
+#include "tools/omrender/libraryLog.h"
+#include "tools/omrender/optionValues.h"
+#include "tools/omrender/pictureFile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -19,29 +19,16 @@ constexpr char Usage[] = "usage: omdemo chart OUT.png | size PICTURE | compare A
 constexpr int DifferStatus = 1;
 constexpr int FailureStatus = 2;
 
-OmImage readImage(const OmString& file, LibraryLog& log)
-{
-  OmImage image;
-  if (!OmImageReaderWriter::read(image, file))
-    throw Failure(log.takeReason("cannot read " + quoted(file)));
-  return image;
-}
-
 int drawChart(const OmString& file, LibraryLog& log)
 {
-  if (!OmImageReaderWriter::write(makeTestChart(), file))
-    throw Failure(log.takeReason("cannot write " + quoted(file)));
+  writePicture(makeTestChart(), file, log);
   return 0;
 }
 
 int printSize(const OmString& file, LibraryLog& log)
 {
-  OmU32 width = 0;
-  OmU32 height = 0;
-  OmU32 channels = 0;
-  if (!OmImageReaderWriter::readHeader(file, width, height, channels))
-    throw Failure(log.takeReason("cannot read " + quoted(file)));
-  std::printf("%u %u\n", width, height);
+  const PictureFile picture = readHeader(file, log);
+  std::printf("%u %u\n", picture.width, picture.height);
   return 0;
 }
 
@@ -94,8 +81,8 @@ int run(const std::vector<OmString>& arguments)
   if (command != "compare" || count < 3 || count > 4)
     throw Failure(Usage);
 
-  const OmImage a = readImage(arguments[1], log);
-  const OmImage b = readImage(arguments[2], log);
+  const OmImage a = readPicture(arguments[1], log);
+  const OmImage b = readPicture(arguments[2], log);
   const auto block = count == 4 ? readBlock(arguments[3]) : OmImageBlock(OmPixel(), a.width(), a.height());
   if (!block)
     throw Failure("a block is X,Y,W,H with W and H of at least 1, not " + quoted(arguments[3]));

@@ -1,4 +1,4 @@
-#include "tools/testChart.h"
+#include "tools/omdemo/testChart.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +42,7 @@ class Canvas
 public:
   Canvas() : m_image(3, Width, Height) {}
 
-  /// Colours every pixel of a rectangle by a function of its place within the rectangle.
+  /// Gives every pixel of a rectangle the colour that a function returns for its place in the rectangle.
   template <typename ColorAt>
   void paint(int left, int top, int width, int height, const ColorAt& colorAt)
   {
@@ -133,7 +133,7 @@ void paintText(Canvas& canvas)
     canvas.write(440 + line, 300 + line * 9, 1, line % 2 ? Black : White, "641 X 479 PIXEL TEXT OF THE HOUR");
 }
 
-/// One-pixel lines along the edges, a colour in each corner: what cuts off a row or a column takes a line away.
+/// One-pixel lines along the edges, and a colour in each corner: a cut-off row or column takes a line away.
 void paintFrame(Canvas& canvas)
 {
   canvas.fill(0, 0, Width, 1, White);

@@ -1,4 +1,4 @@
-#include "tools/failure.h"
+#include "tools/omrender/failure.h"
 
 #include <cstdio>
 

@@ -5,7 +5,8 @@
 
 #include <stdexcept>
 
-/// Ends the program with one line on standard error: what was wrong with what, and what to do.
+/// Ends the program with one line on standard error. The message says what failed, with which file or value, and what
+/// to do.
 class Failure : public std::runtime_error
 {
 public:
@@ -15,7 +16,7 @@ public:
 /// A text in double quotes, for messages.
 OmString quoted(const OmString& text);
 
-/// Writes "PROGRAM: message" as one line on standard error, whatever a file name in it contains.
+/// Writes "PROGRAM: message" as one line on standard error, also when a file name in it holds control characters.
 void printFailure(const OmString& program, const OmString& message);
 
 #endif

@@ -1,11 +1,8 @@
-#include "tools/glInformation.h"
+#include "tools/omrender/glInformation.h"
 
-#include "foundation/common/omUtils.h"
 #include "render/omGL.h"
 #include "render/omSimpleWindow.h"
-#include "tools/displayErrors.h"
-#include "tools/failure.h"
-#include "tools/libraryLog.h"
+#include "tools/omrender/display.h"
 
 #include <algorithm>
 
@@ -51,7 +48,7 @@ GLInformation currentGL()
   glGetIntegerv(GL_MAX_VIEWPORT_DIMS, viewport);
   gl.viewportWidth = static_cast<OmU32>(std::max(viewport[0], 0));
   gl.viewportHeight = static_cast<OmU32>(std::max(viewport[1], 0));
-  gl.textureUnits = std::max(glLimit(GL_MAX_TEXTURE_UNITS_ARB), OmU32{1}); // 1 where there is no multitexturing
+  gl.textureUnits = std::max(glLimit(GL_MAX_TEXTURE_UNITS_ARB), OmU32{1}); // 1 without multitexturing
   gl.drawBuffers = glLimit(OmGL::SupportDrawBuffers, GL_MAX_DRAW_BUFFERS_ARB);
   gl.colorAttachments = glLimit(OmGL::SupportFBO, GL_MAX_COLOR_ATTACHMENTS_EXT);
   gl.capabilities = OmGL::supportStatus;
@@ -62,28 +59,6 @@ GLInformation queryGL(LibraryLog& log)
 {
   OmSimpleWindow window;
   window.setHideWindow(true);
-  if (!window.init())
-    failToOpenWindow(log);
+  openWindow(window, log);
   return currentGL();
-}
-
-void failToOpenWindow(LibraryLog& log)
-{
-  const OmString reason = log.takeReason("no reason was given");
-  const bool opened = reason.find("OpenGL has not been initialized") != OmString::npos;
-  throw Failure("cannot open a window on " + displayName() + ": " + reason +
-                (opened ? "; use a driver whose GLX gives contexts of the compatibility profile"
-                        : "; set DISPLAY to an X server with GLX, or start the program with xvfb-run"));
-}
-
-void checkErrors(const OmString& what, LibraryLog& log)
-{
-  if (log.hasErrors())
-    throw Failure(what + ": " + log.takeReason(""));
-  const GLenum error = glGetError();
-  if (error == GL_OUT_OF_MEMORY)
-    throw Failure(what + ": the graphics card is out of memory; scale the picture down first");
-  // The wrap mode that textures begin with is an invalid enumerant for rectangle textures, which do without it.
-  if (error != GL_NO_ERROR && error != GL_INVALID_ENUM)
-    throw Failure(what + ": OpenGL error 0x" + OmINT2STRING(error, 16));
 }

@@ -5,7 +5,7 @@
 
 class LibraryLog;
 
-/// Adds `omrender info`: what the OpenGL of the display offers.
+/// Adds `omrender info`: what the OpenGL of a window offers, and which devices there are.
 void addInfoCommand(CLI::App& program, LibraryLog& log);
 
 #endif

@@ -1,17 +1,24 @@
-#include "tools/libraryLog.h"
+#include "tools/omrender/libraryLog.h"
 
 #include "foundation/core/omPrint.h"
+#include "tools/omrender/failure.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace
 {
 
+/// What the libraries have written in this thread.
+thread_local std::vector<OmString> errors;
+thread_local std::vector<OmString> warnings;
+
 constexpr int ErrorType = 4;
 constexpr int WarningType = 5;
 
-/// A line without its newline, its full stop and a signature in front ("X11::openWindow - ", "OmImage: ").
+/// A message without its newline, its full stop and the name in front of who writes it ("X11::openWindow - ",
+/// "OmImageReaderWriter: "), which users have no use for.
 OmString phrase(OmString line)
 {
   while (!line.empty() && (line.back() == '\n' || line.back() == '.'))
@@ -31,12 +38,12 @@ LibraryLog::LibraryLog()
   Om::Print& print = Om::Print::instance();
   print.setPrintLevel(std::min(print.printLevel(), ErrorType));
   print.setSink(
-      [this](int type, const std::string& text)
+      [](int type, const std::string& text)
       {
         if (type == ErrorType)
-          m_errors.push_back(phrase(text));
+          errors.push_back(phrase(text));
         else if (type == WarningType)
-          m_warnings.push_back(phrase(text));
+          warnings.push_back(phrase(text));
         else if (Om::Print::instance().printLevel() < ErrorType)
           std::fputs(text.c_str(), stderr);
       });
@@ -47,9 +54,30 @@ LibraryLog::~LibraryLog()
   Om::Print::instance().setSink({});
 }
 
+bool LibraryLog::hasErrors() const
+{
+  return !errors.empty();
+}
+
 OmString LibraryLog::takeReason(const OmString& otherwise)
 {
-  OmString reason = m_errors.empty() ? otherwise : m_errors.front();
-  m_errors.clear();
+  OmString reason = errors.empty() ? otherwise : errors.front();
+  errors.clear();
   return reason;
+}
+
+void LibraryLog::warn(const OmString& warning)
+{
+  warnings.push_back(warning);
+}
+
+std::vector<OmString> LibraryLog::takeWarnings()
+{
+  return std::exchange(warnings, {});
+}
+
+void printWarnings(LibraryLog& log)
+{
+  for (const OmString& warning : log.takeWarnings())
+    printFailure("omrender", "warning: " + warning);
 }

@@ -1,14 +1,17 @@
-#include "tools/displayErrors.h"
-#include "tools/failure.h"
-#include "tools/filterCommand.h"
-#include "tools/infoCommand.h"
-#include "tools/libraryLog.h"
-#include "tools/showCommand.h"
+#include "tools/omrender/display.h"
+#include "tools/omrender/failure.h"
+#include "tools/omrender/filter/filterCommand.h"
+#include "tools/omrender/helpFormatter.h"
+#include "tools/omrender/infoCommand.h"
+#include "tools/omrender/libraryLog.h"
+#include "tools/omrender/show/showCommand.h"
+#include "tools/omrender/signals.h"
 
 #include <CLI/CLI.hpp>
 
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <new>
 
 namespace
@@ -20,6 +23,7 @@ constexpr int UsageStatus = 2;
 int fail(const OmString& message, int status)
 {
   printFailure("omrender", message);
+  endIfSignalled();
   return status;
 }
 
@@ -27,10 +31,12 @@ int run(int argc, char** argv)
 {
   LibraryLog log;
   CLI::App program("Shows and filters pictures with OpenGL and tells what the graphics card offers.", "omrender");
+  program.formatter(std::make_shared<HelpFormatter>());
   program.set_version_flag("--version", OM_VERSION, "Print the version and exit");
-  program.require_subcommand(0, 1); // none is refused below, so that an unknown one is named first
+  program.require_subcommand(0, 1); // refused below when there is none: an unknown one is reported first
   program.footer("Examples:\n"
                  "  omrender info\n"
+                 "  omrender info --devices\n"
                  "  omrender show photo.jpg --capture window.png\n"
                  "  omrender filter --shader edges photo.jpg --out edges.png\n"
                  "  omrender show --help");
@@ -50,7 +56,7 @@ int run(int argc, char** argv)
   }
   catch (const CLI::RuntimeError& end)
   {
-    status = end.get_exit_code(); // the command has told why
+    status = end.get_exit_code(); // the command has reported why
   }
   catch (const CLI::ParseError& error)
   {
@@ -58,8 +64,7 @@ int run(int argc, char** argv)
   }
   if (!std::cout.flush())
     return fail("cannot write to standard output", FailureStatus);
-  for (const OmString& warning : log.warnings())
-    printFailure("omrender", "warning: " + warning);
+  printWarnings(log);
   return status;
 }
 
@@ -67,6 +72,7 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+  endOnSignals();
   endOnDisplayErrors();
   try
   {

@@ -1,8 +1,10 @@
-#include "tools/numbers.h"
+#include "tools/omrender/optionValues.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
-#include <cmath>
+#include <filesystem>
+#include <limits>
 #include <system_error>
 
 namespace
@@ -11,7 +13,8 @@ namespace
 constexpr double LongestSeconds = 1000000.0;
 
 /// Reads `count` numbers with a separator between them.
-bool readList(const OmString& text, OmU32* numbers, int count, char separator = ',')
+template <typename Number>
+bool readList(const OmString& text, Number* numbers, int count, char separator = ',')
 {
   const char* next = text.data();
   const char* const end = next + text.size();
@@ -27,30 +30,6 @@ bool readList(const OmString& text, OmU32* numbers, int count, char separator = 
   return next == end;
 }
 
-/// Reads up to `most` numbers with commas between them and `prefix` in front of each.
-template <typename Number>
-std::optional<std::vector<Number>> readNumbers(const OmString& text, std::size_t most, const OmString& prefix)
-{
-  std::vector<Number> numbers;
-  const char* next = text.data();
-  const char* const end = next + text.size();
-  for (;;)
-  {
-    if (static_cast<std::size_t>(end - next) < prefix.size() || !std::equal(prefix.begin(), prefix.end(), next))
-      return std::nullopt;
-    Number number = {};
-    const std::from_chars_result result = std::from_chars(next + prefix.size(), end, number);
-    if (result.ec != std::errc() || !std::isfinite(static_cast<double>(number)))
-      return std::nullopt;
-    numbers.push_back(number);
-    next = result.ptr;
-    if (next == end)
-      return numbers;
-    if (numbers.size() == most || *next++ != ',')
-      return std::nullopt;
-  }
-}
-
 } // namespace
 
 std::optional<double> readSeconds(const OmString& text)
@@ -58,10 +37,20 @@ std::optional<double> readSeconds(const OmString& text)
   double seconds = 0.0;
   const char* const end = text.data() + text.size();
   const std::from_chars_result result = std::from_chars(text.data(), end, seconds);
-  const bool inRange = seconds >= 0.0 && seconds <= LongestSeconds; // false for what is not a number
+  const bool inRange = seconds >= 0.0 && seconds <= LongestSeconds; // false for NaN
   if (result.ec != std::errc() || result.ptr != end || !inRange)
     return std::nullopt;
   return seconds;
+}
+
+std::optional<OmString> readPngName(const OmString& text)
+{
+  OmString suffix = std::filesystem::path(text).extension().string();
+  std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                 [](unsigned char letter) { return std::tolower(letter); });
+  if (text.empty() || text == "-" || (!suffix.empty() && suffix != ".png"))
+    return std::nullopt;
+  return text;
 }
 
 std::optional<OmPixel> readPosition(const OmString& text, OmU32 largest)
@@ -96,12 +85,14 @@ std::optional<int> readCount(const OmString& text, int largest)
   return static_cast<int>(number);
 }
 
-std::optional<std::vector<float>> readFloats(const OmString& text)
+std::optional<std::uint64_t> readBytes(const OmString& text)
 {
-  return readNumbers<float>(text, 3, "");
-}
-
-std::optional<std::vector<int>> readIntegers(const OmString& text)
-{
-  return readNumbers<int>(text, 2, "i");
+  static const OmString units = "KMGT";
+  std::uint64_t number = 0;
+  const std::size_t unit = text.empty() ? OmString::npos : units.find(text.back());
+  const bool hasUnit = unit != OmString::npos;
+  if (!readList(hasUnit ? text.substr(0, text.size() - 1) : text, &number, 1) || number == 0)
+    return std::nullopt;
+  const std::size_t shift = hasUnit ? 10 * (unit + 1) : 0;
+  return number <= std::numeric_limits<std::uint64_t>::max() >> shift ? std::optional(number << shift) : std::nullopt;
 }

@@ -1,14 +1,14 @@
 #ifndef OM_TOOLS_PARSED_OPTION_H
 #define OM_TOOLS_PARSED_OPTION_H
 
-#include "tools/failure.h"
+#include "tools/omrender/failure.h"
 
 #include <CLI/App.hpp>
 
 #include <vector>
 
-/// Adds an option whose text `read` turns into the value of `target`, where it can. `takes` says in the error what the
-/// option takes.
+/// Adds an option. `read` turns its text into a value for `target`, or returns nothing for a text that is refused.
+/// `takes` says in the error what the option takes.
 template <typename Target, typename Read>
 void addParsedOption(CLI::App& command, const OmString& name, const OmString& form, Target& target, const Read& read,
                      const OmString& takes, const OmString& description)
@@ -23,7 +23,7 @@ void addParsedOption(CLI::App& command, const OmString& name, const OmString& fo
   command.add_option_function<OmString>(name, store, description)->type_name(form);
 }
 
-/// As addParsedOption(), for an option that may be given again and again: its values are added to a list.
+/// As addParsedOption(), for an option that may be given more than once: its values are added to a list.
 template <typename Value, typename Read>
 void addParsedOptions(CLI::App& command, const OmString& name, const OmString& form, std::vector<Value>& values,
                       const Read& read, const OmString& takes, const OmString& description)

@@ -1,4 +1,4 @@
-#include "tools/progressBar.h"
+#include "tools/omrender/filter/progressBar.h"
 
 #include <algorithm>
 #include <cmath>
@@ -86,7 +86,7 @@ void ProgressBar::draw()
   m_drawn = Clock::now();
 }
 
-/// Overwrites the line, and no more than the line: one column stays free, so that no terminal wraps.
+/// Overwrites the line. The last column stays free, so that no terminal wraps.
 void ProgressBar::print(OmString line) const
 {
   line.resize(terminalWidth() - 1, ' ');

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <cstddef>
 
-/// One line at the bottom of the terminal: how many of the files are done, how fast, and how long the rest will take.
-/// Shows nothing where standard error is no terminal, and for a single file.
+/// One line on the terminal: how many of the files are done, how fast, and how long the rest will take. Shows nothing
+/// for a single file, nor when standard error is no terminal.
 class ProgressBar
 {
 public:

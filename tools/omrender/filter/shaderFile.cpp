@@ -1,17 +1,18 @@
-#include "tools/shaderFile.h"
+#include "tools/omrender/filter/shaderFile.h"
 
 #include "foundation/core/omApplication.h"
-#include "tools/failure.h"
-#include "tools/numbers.h"
+#include "tools/omrender/failure.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
+#include <memory>
 #include <ostream>
 #include <sstream>
 #include <system_error>
+#include <vector>
 
 namespace
 {
@@ -39,12 +40,26 @@ bool isFile(const OmString& path)
   return std::filesystem::is_regular_file(path, error);
 }
 
+bool exists(const OmString& path)
+{
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
+
 OmString readText(const OmString& path)
 {
-  std::ifstream file(path, std::ios::binary);
-  OmString text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (!file.is_open() || file.bad())
-    throw Failure("cannot read " + quoted(path));
+  const auto check = [&path](bool succeeded)
+  {
+    if (!succeeded)
+      throw Failure("cannot read " + quoted(path) + ": " + std::generic_category().message(errno));
+  };
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+  check(file != nullptr);
+  OmString text;
+  char part[4096];
+  while (const std::size_t size = std::fread(part, 1, sizeof part, file.get()))
+    text.append(part, size);
+  check(std::ferror(file.get()) == 0);
   return text;
 }
 
@@ -63,38 +78,6 @@ std::vector<OmString> comment(const OmString& source)
   return lines;
 }
 
-/// The word behind `key` when the line starts with it; empty otherwise.
-OmString wordAfter(const OmString& key, const OmString& line)
-{
-  OmString word;
-  if (line.compare(0, key.size(), key) == 0)
-    std::istringstream(line.substr(key.size())) >> word;
-  return word;
-}
-
-void readComment(ShaderFile& shader)
-{
-  const OmString& path = shader.path;
-  for (const OmString& line : comment(shader.source))
-  {
-    if (const OmString word = wordAfter("passes:", line); !word.empty())
-    {
-      const auto passes = readCount(word, MostPasses);
-      if (!passes)
-        throw Failure(quoted(path) + ": cannot make " + quoted(word) + " passes; write 1 to " +
-                      std::to_string(MostPasses));
-      shader.passes = *passes;
-    }
-    if (const OmString word = wordAfter("default:", line); !word.empty())
-    {
-      const auto setting = readUniformSetting(word);
-      if (!setting)
-        throw Failure(quoted(path) + ": the default " + quoted(word) + " is not like name=1.5 or name=i3");
-      shader.defaults.push_back(*setting);
-    }
-  }
-}
-
 } // namespace
 
 void addShaderDirectories()
@@ -103,17 +86,15 @@ void addShaderDirectories()
     Om::Application::addSearchPath(directory);
 }
 
-ShaderFile readShader(const OmString& name, const OmString& suffix)
+OmString findShader(const OmString& name, const OmString& suffix)
 {
-  ShaderFile shader;
-  shader.path = Om::Application::findFile(name);
-  if (!isFile(shader.path))
-    shader.path = Om::Application::findFile(name + suffix);
-  if (!isFile(shader.path))
+  OmString path = Om::Application::findFile(name);
+  if (isFile(path)) // and no directory that happens to have the name of a filter
+    return path;
+  const OmString withSuffix = Om::Application::findFile(name + suffix);
+  if (!exists(withSuffix) && !exists(path))
     throw Failure("there is no shader " + quoted(name) + "; omrender filter --list names those there are");
-  shader.source = readText(shader.path);
-  readComment(shader);
-  return shader;
+  return exists(withSuffix) ? withSuffix : path;
 }
 
 void listShaders(std::ostream& out)
@@ -124,7 +105,7 @@ void listShaders(std::ostream& out)
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(directory, error))
       if (entry.path().extension() == ".frag" && isFile(entry.path().string()))
-        shaders.emplace(entry.path().stem().string(), entry.path()); // the first directory's is the one that is found
+        shaders.emplace(entry.path().stem().string(), entry.path()); // keeps the first, as findFile() does
   }
   for (const auto& [name, path] : shaders)
   {

@@ -1,11 +1,10 @@
-#include "tools/pictureShow.h"
+#include "tools/omrender/show/pictureShow.h"
 
-#include "image/omImage.h"
-#include "image/omImageReaderWriter.h"
 #include "render/omSimpleWindow.h"
-#include "tools/failure.h"
-#include "tools/glInformation.h"
-#include "tools/libraryLog.h"
+#include "tools/omrender/display.h"
+#include "tools/omrender/failure.h"
+#include "tools/omrender/glErrors.h"
+#include "tools/omrender/libraryLog.h"
 
 #include <filesystem>
 #include <iostream>
@@ -16,11 +15,9 @@ PictureShow::PictureShow(OmSimpleWindow& window, const ShowOptions& options, Lib
   m_window.setWindowPos(options.position.x(), options.position.y(), false);
 }
 
-void PictureShow::show(const Picture& picture)
+void PictureShow::show(const PictureFile& picture)
 {
-  OmImage image;
-  if (!OmImageReaderWriter::read(image, picture.file))
-    throw Failure(m_log.takeReason("cannot read " + quoted(picture.file)));
+  const OmImage image = readPicture(picture.file, m_log);
   m_window.setName(m_options.title.value_or(std::filesystem::path(picture.file).filename().string()));
   if (!m_open)
     open(picture);
@@ -32,11 +29,10 @@ void PictureShow::show(const Picture& picture)
     capture(picture);
 }
 
-void PictureShow::open(const Picture& picture)
+void PictureShow::open(const PictureFile& picture)
 {
   m_window.setWindowSize(picture.width, picture.height);
-  if (!m_window.init())
-    failToOpenWindow(m_log);
+  openWindow(m_window, m_log);
   checkErrors("cannot show " + quoted(picture.file), m_log);
   if (m_options.fullScreen)
     m_window.setFullScreen(true);
@@ -44,34 +40,35 @@ void PictureShow::open(const Picture& picture)
     failToShowFullScreen(m_log.takeReason(""));
 }
 
-void PictureShow::capture(const Picture& picture)
+void PictureShow::capture(const PictureFile& picture)
 {
   OmImage image;
   const OmImageBlock* const block = m_options.block ? &*m_options.block : nullptr;
-  if (!m_window.renderSceneAndCaptureImage(image, OmSimpleWindow::CaptureFlipped, block))
-  {
-    OmU32 width = 0;
-    OmU32 height = 0;
-    m_window.getWindowSize(width, height);
-    if (block)
-      checkBlock(*block, width, height);
+  const bool captured = m_window.renderSceneAndCaptureImage(image, OmSimpleWindow::CaptureFlipped, block);
+  checkWindow();
+  if (!captured)
     throw Failure("cannot capture the window: " + m_log.takeReason("nothing was drawn"));
-  }
   checkErrors("cannot capture " + quoted(picture.file), m_log);
   image.copyFromOrToFlipped(true);
-  if (!OmImageReaderWriter::write(image, m_options.capture))
-    throw Failure(m_log.takeReason("cannot write " + quoted(m_options.capture)));
+  writePicture(image, m_options.capture, m_log);
   if (block && (image.width() < block->width() || image.height() < block->height()))
     std::cout << m_options.capture << ": the block was cut to the window, " << sizeText(image.width(), image.height())
               << " pixels" << std::endl;
 }
 
-void checkBlock(const OmImageBlock& block, OmU32 width, OmU32 height)
+/// Throws when the capture is not what the window shows, as the window manager made the window smaller.
+void PictureShow::checkWindow() const
 {
-  const OmPixel corner = block.corner();
-  if (corner.x() >= width || corner.y() >= height)
-    throw Failure("the block at " + std::to_string(corner.x()) + "," + std::to_string(corner.y()) +
-                  " lies outside the window, which is " + sizeText(width, height) + " pixels");
+  const auto [width, height] = currentWindowSize(m_window);
+  if (m_options.block)
+    checkBlock(*m_options.block, width, height);
+  OmU32 drawnWidth = 0;
+  OmU32 drawnHeight = 0;
+  m_window.getWindowSize(drawnWidth, drawnHeight);
+  if (width < drawnWidth || height < drawnHeight)
+    throw Failure("cannot capture the window: the window manager made it " + sizeText(width, height) +
+                  " pixels, less than the " + sizeText(drawnWidth, drawnHeight) +
+                  " of the picture; use --backend qt or a larger screen");
 }
 
 void failToShowFullScreen(const OmString& reason)

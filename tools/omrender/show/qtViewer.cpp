@@ -1,23 +1,16 @@
-#include "render/omWindowImplQt.h" // before X11's macros
+#include "tools/omrender/show/viewerWindow.h" // before X11's macros
 
-#include "tools/qtViewer.h"
+#include "tools/omrender/show/qtViewer.h"
 
-#include "foundation/common/omUtils.h"
 #include "foundation/core/omPrint.h"
-#include "render/omSimpleWindow.h"
-#include "render/omTexture.h"
-#include "tools/displayErrors.h"
-#include "tools/failure.h"
-#include "tools/glInformation.h"
-#include "tools/windowManager.h"
+#include "tools/omrender/display.h"
+#include "tools/omrender/failure.h"
+#include "tools/omrender/glErrors.h"
+#include "tools/omrender/show/windowManager.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QKeyEvent>
-#include <QScreen>
 #include <QTimer>
-#include <QWindow>
-#include <boost/pointer_cast.hpp>
 
 #include <cmath>
 #include <cstdlib>
@@ -46,88 +39,18 @@ constexpr Key Keys[] = {
     {Qt::Key_F, Action::FullScreen},  {Qt::Key_Q, Action::Close},     {Qt::Key_Escape, Action::Close},
 };
 
-/// A window that has its picture's size unless the window manager gives it another: full screen and maximised windows
-/// keep theirs from picture to picture.
-class ViewerWindow : public OmSimpleWindow
-{
-public:
-  /// The widget on show; null while the window is closed.
-  OmQGLWidget* widget() const
-  {
-    const auto impl = boost::dynamic_pointer_cast<OmWindow::Impl::Qt>(getImpl());
-    return impl ? impl->getWidget() : nullptr;
-  }
-
-  OmBoolean init() override
-  {
-    if (!OmSimpleWindow::init())
-      return false;
-    setName(getName());
-    return true;
-  }
-
-  /// File names and titles are in the encoding of the locale, of which the back end knows only Latin-1.
-  void setName(const OmString& name) override
-  {
-    OmSimpleWindow::setName(name);
-    if (widget())
-      widget()->setWindowTitle(QString::fromLocal8Bit(name.data(), static_cast<int>(name.size())));
-  }
-
-  using OmSimpleWindow::setImageBuffer;
-  OmBoolean setImageBuffer(const OmImage& image, OmBoolean swap) override
-  {
-    if (!m_pTexture || !isManaged())
-      return OmSimpleWindow::setImageBuffer(image, swap);
-    makeCurrent();
-    return m_pTexture->loadFromImage(image, OmTextureParameters()) && renderScene(swap);
-  }
-
-  OmBoolean renderSceneAndCaptureImage(OmImage& image, OmU32 flags, const OmImageBlock* block) override
-  {
-    settle();
-    return OmSimpleWindow::renderSceneAndCaptureImage(image, flags, block);
-  }
-
-  /// Waits until the window has come to the screen, and to fill it where that was asked for. Then its frame goes to the
-  /// window's position, where window managers put the drawing area, with the title bar beyond the screen's edge.
-  void settle()
-  {
-    if (m_settled)
-      return;
-    m_settled = true;
-    constexpr qint64 Longest = 1000; // a window beyond the screen's edges never comes
-    QElapsedTimer clock;
-    for (clock.start(); !isShown() && clock.elapsed() < Longest; OmSLEEPMS(5))
-      QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-    if (!isManaged())
-      widget()->move(static_cast<int>(m_x), static_cast<int>(m_y));
-  }
-
-private:
-  bool isManaged() const { return widget() && (widget()->isFullScreen() || widget()->isMaximized()); }
-
-  bool isShown() const
-  {
-    const QWindow* const native = widget()->windowHandle();
-    return native->isExposed() && (!widget()->isFullScreen() || widget()->size() == native->screen()->size());
-  }
-
-  bool m_settled = false;
-};
-
-/// Leafs through the pictures as keys and time ask for it.
+/// Leafs through the pictures on keys and after the time for each.
 class Viewer : public QObject
 {
 public:
-  Viewer(const ShowOptions& options, const std::vector<Picture>& pictures, LibraryLog& log)
+  Viewer(const ShowOptions& options, const std::vector<PictureFile>& pictures, LibraryLog& log)
       : m_options(options), m_pictures(pictures), m_log(log), m_show(m_window, options, log)
   {
     m_timer.setSingleShot(true);
     QObject::connect(&m_timer, &QTimer::timeout, this, [this] { perform(isLast() ? Action::Close : Action::Next); });
   }
 
-  /// Returns when the window is closed; throws the Failure that ended it otherwise.
+  /// Returns when the window is closed. Throws the Failure that ended the show.
   void run()
   {
     show(0);
@@ -159,7 +82,7 @@ protected:
 private:
   bool isLast() const { return m_index + 1 == m_pictures.size(); }
 
-  /// Nothing is thrown through Qt's event loop.
+  /// Keeps a failure for run(): nothing may be thrown through Qt's event loop.
   void perform(Action action)
   {
     try
@@ -196,12 +119,12 @@ private:
     if (!full && !windowManagerOffersFullScreen())
       return;
     m_window.setFullScreen(!full);
-    if (full) // not the size from before, which may be another picture's
+    if (full) // the window manager restores the size from before, perhaps that of another picture
       m_window.setWindowSize(m_pictures[m_index].width, m_pictures[m_index].height);
   }
 
   const ShowOptions& m_options;
-  const std::vector<Picture>& m_pictures;
+  const std::vector<PictureFile>& m_pictures;
   LibraryLog& m_log;
   ViewerWindow m_window;
   PictureShow m_show;
@@ -210,7 +133,7 @@ private:
   std::exception_ptr m_failure;
 };
 
-/// Qt's messages are traces here. Two kinds of them announce that Qt is about to end the program.
+/// Passes Qt's messages on to the log as reports. Two kinds of them mean that Qt is about to end the program.
 void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
   const OmString text = message.toStdString();
@@ -224,7 +147,7 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
   Om::Print::instance().write(3, "Qt: %s\n", text.c_str());
 }
 
-/// The library's OpenGL is that of GLX, and a picture's pixels are the screen's.
+/// The library needs a platform with GLX, and a pixel of a picture is a pixel of the screen.
 void prepareQtEnvironment()
 {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
@@ -236,7 +159,7 @@ void prepareQtEnvironment()
 
 } // namespace
 
-void showPicturesInQt(const ShowOptions& options, const std::vector<Picture>& pictures, LibraryLog& log)
+void showPicturesInQt(const ShowOptions& options, const std::vector<PictureFile>& pictures, LibraryLog& log)
 {
   if (options.fullScreen && !windowManagerOffersFullScreen())
     failToShowFullScreen("no window manager on " + displayName() + " offers it");

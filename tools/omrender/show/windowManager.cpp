@@ -1,4 +1,4 @@
-#include "tools/windowManager.h"
+#include "tools/omrender/show/windowManager.h"
 
 #include <algorithm>
 #include <memory>
@@ -9,7 +9,7 @@
 namespace
 {
 
-/// A property of a window in format 32, which Xlib delivers as longs. Empty when the window has none of that type.
+/// A property of a window in format 32, which Xlib delivers as longs. Empty if the window has none of that type.
 struct Property
 {
   Property(Display* display, Window window, const char* name, Atom type)

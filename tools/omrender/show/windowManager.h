@@ -1,7 +1,7 @@
 #ifndef OM_TOOLS_WINDOW_MANAGER_H
 #define OM_TOOLS_WINDOW_MANAGER_H
 
-/// Whether a window manager runs on the display in the environment that lets windows fill the screen (EWMH).
+/// Whether the display in the environment has a window manager that lets windows fill the screen (EWMH).
 bool windowManagerOffersFullScreen();
 
 #endif

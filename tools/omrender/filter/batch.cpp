@@ -1,0 +1,234 @@
+#include "tools/omrender/filter/batch.h"
+
+#include "tools/omrender/failure.h"
+#include "tools/omrender/filter/filterPipeline.h"
+#include "tools/omrender/signals.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <system_error>
+#include <utility>
+
+namespace
+{
+
+/// For each job, at most this many pictures are read ahead of the filter. More would only take memory.
+constexpr std::size_t ReadAhead = 2;
+/// For each job, at most this many pictures are under way, those that wait for a slow one before them included.
+constexpr std::size_t UnderWay = 16;
+
+/// The most that a picture takes from reading to writing, in bytes: its pixels, and beside them what a progressive JPEG
+/// is collected in, or the result's pixels, their filtered rows and the compressed form of those.
+std::uint64_t memoryFor(const PictureInput& input, const std::optional<std::pair<OmU32, OmU32>>& resultSize)
+{
+  const PictureFile& header = input.header();
+  const auto [width, height] = resultSize.value_or(std::make_pair(header.width, header.height));
+  const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
+  const std::uint64_t resultPixels = std::uint64_t{width} * height;
+  return input.byteSize() + 4 * pixels + std::max(6 * pixels, (4 + 4 + 4) * resultPixels);
+}
+
+} // namespace
+
+Batch::Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink, const BatchSettings& settings)
+    : m_source(source), m_pipeline(pipeline), m_sink(sink), m_settings(settings), m_bar(settings.total)
+{
+}
+
+bool Batch::run()
+{
+  Lock lock(m_mutex);
+  std::vector<std::thread> threads = startThreads();
+  // One thread alone could wait for the source while a result is to be written.
+  const bool helps = threads.size() < 2;
+  while (!isOver())
+    if (!filterNext(lock) && !(helps && workNext(lock)))
+      m_changed.wait(lock);
+  lock.unlock();
+  for (std::thread& thread : threads)
+    thread.join();
+  return m_isGood;
+}
+
+/// If the system gives fewer threads than there are jobs, those do the work.
+std::vector<std::thread> Batch::startThreads()
+{
+  std::vector<std::thread> threads;
+  try
+  {
+    while (m_settings.jobs > 1 && threads.size() < static_cast<std::size_t>(m_settings.jobs))
+      threads.emplace_back([this] { work(); });
+  }
+  catch (const std::system_error&)
+  {
+  }
+  return threads;
+}
+
+void Batch::work()
+{
+  Lock lock(m_mutex);
+  while (!isOver())
+    if (!workNext(lock))
+      m_changed.wait(lock);
+}
+
+/// Does what is most urgent: what ends a picture goes before what begins one. Returns false if there is nothing to do.
+bool Batch::workNext(Lock& lock)
+{
+  if (!m_items.empty() && m_items.front().state == State::Done)
+    deliver(m_items.front(), lock);
+  else if (Item* const filtered = find(State::Filtered))
+    encode(*filtered, lock);
+  else if (Item* const taken = find(State::Taken))
+  {
+    if (!mayRead(*taken))
+      return false;
+    read(*taken, lock);
+  }
+  else if (mayTake())
+    take(lock);
+  else
+    return false;
+  return true;
+}
+
+/// Filters the first picture that is not yet filtered, if it has been read. Returns false if it has not.
+bool Batch::filterNext(Lock& lock)
+{
+  const auto next =
+      std::find_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Read; });
+  if (next == m_items.end() || next->state != State::Read)
+    return false;
+  const auto filter = [this](Item& item) { m_pipeline.run(item.image, item.input->header().file, item.image); };
+  perform(*next, State::Filtering, State::Filtered, lock, filter);
+  return true;
+}
+
+bool Batch::mayTake() const
+{
+  const auto jobs = static_cast<std::size_t>(m_settings.jobs);
+  const auto ahead =
+      std::count_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Read; });
+  return !m_isEnded && !m_isTaking && m_items.size() < UnderWay * jobs &&
+         static_cast<std::size_t>(ahead) < ReadAhead * jobs;
+}
+
+bool Batch::mayRead(const Item& item) const
+{
+  return m_memory == 0 || m_memory + memoryFor(*item.input, m_settings.resultSize) <= m_settings.memory;
+}
+
+/// Returns the first picture in that state, or null.
+Batch::Item* Batch::find(State state)
+{
+  const auto found =
+      std::find_if(m_items.begin(), m_items.end(), [state](const Item& item) { return item.state == state; });
+  return found == m_items.end() ? nullptr : &*found;
+}
+
+void Batch::take(Lock& lock)
+{
+  std::list<Item> taken(1);
+  Item& item = taken.front();
+  item.number = m_taken++;
+  m_isTaking = true;
+  const auto takeInput = [this](Item& next)
+  {
+    next.input = m_source.next();
+    if (next.input)
+      m_pipeline.checkPicture(next.input->header());
+  };
+  perform(item, State::Taken, State::Taken, lock, takeInput);
+  m_isTaking = false;
+  m_isEnded = !item.input && item.failure.empty();
+  if (m_isEnded)
+    return;
+  m_items.splice(m_items.end(), taken);
+}
+
+void Batch::read(Item& item, Lock& lock)
+{
+  item.memory = memoryFor(*item.input, m_settings.resultSize);
+  m_memory += item.memory;
+  perform(item, State::Reading, State::Read, lock, [](Item& read) { read.image = read.input->read(); });
+}
+
+void Batch::encode(Item& item, Lock& lock)
+{
+  const auto encodeResult = [this](Item& filtered)
+  {
+    filtered.width = filtered.image.width();
+    filtered.height = filtered.image.height();
+    filtered.bytes = m_sink.encode(filtered.number, *filtered.input, filtered.image);
+  };
+  perform(item, State::Encoding, State::Done, lock, encodeResult);
+}
+
+/// Only the first picture is delivered, and one thread does it, so failures are reported in order.
+void Batch::deliver(Item& item, Lock& lock)
+{
+  const auto deliverResult = [this](Item& done)
+  {
+    if (done.failure.empty())
+      m_sink.deliver(done.bytes, done.width, done.height);
+  };
+  perform(item, State::Delivering, State::Delivering, lock, deliverResult);
+  lock.unlock();
+  if (!item.failure.empty())
+    report(item);
+  m_bar.setDone(item.number + 1);
+  lock.lock();
+  m_memory -= item.memory;
+  m_items.pop_front();
+  m_changed.notify_all();
+}
+
+void Batch::report(const Item& item)
+{
+  m_isGood = false;
+  m_bar.hide();
+  printFailure("omrender", item.failure);
+  if (item.isBeyondLimit)
+    endBySignal(SIGXFSZ);
+  endIfSignalled();
+  if (m_settings.endsAtFailure)
+    std::_Exit(1); // another thread may wait for a picture that never comes
+}
+
+/// Runs an operation on a picture, which is this thread's own meanwhile. What it throws is the picture's failure.
+template <typename Operation>
+void Batch::perform(Item& item, State during, State after, Lock& lock, const Operation& operation)
+{
+  item.state = during;
+  lock.unlock();
+  try
+  {
+    operation(item);
+  }
+  catch (const std::bad_alloc&)
+  {
+    item.failure =
+        "out of memory" + (item.input ? " for " + quoted(item.input->header().file) : "") + "; scale it down first";
+  }
+  catch (const std::exception& failure)
+  {
+    item.failure = failure.what();
+    item.isBeyondLimit = takeLimitSignal();
+  }
+  const bool isOver = !item.failure.empty() || after == State::Done;
+  if (isOver)
+    item.image = OmImage();
+  lock.lock();
+  item.state = isOver && during != State::Delivering ? State::Done : after;
+  if (isOver)
+  {
+    m_memory -= item.memory;
+    item.memory = item.bytes.size();
+    m_memory += item.memory;
+  }
+  m_changed.notify_all();
+}

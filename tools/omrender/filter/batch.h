@@ -1,0 +1,106 @@
+#ifndef OM_TOOLS_BATCH_H
+#define OM_TOOLS_BATCH_H
+
+#include "tools/omrender/filter/pictureSource.h"
+#include "tools/omrender/filter/progressBar.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+class FilterPipeline;
+
+struct BatchSettings
+{
+  int jobs;                                          ///< pictures that are read or written at the same time
+  std::uint64_t memory;                              ///< in bytes, for the pictures that are under way
+  std::size_t total;                                 ///< pictures, for the progress bar; 0 if that is not known
+  bool endsAtFailure;                                ///< the first failure ends the program
+  std::optional<std::pair<OmU32, OmU32>> resultSize; ///< in pixels; that of the picture by default
+};
+
+/// Takes pictures through the filter: as many threads as there are jobs read and write them, and the caller's thread,
+/// which has the context, filters them in between. With one job all is done in the caller's thread, one picture after
+/// the other.
+///
+/// Pictures are filtered, delivered and reported in the order of the source, whatever the threads do. A picture is read
+/// only if the memory for it is left, in that order too; one that needs more than there is goes alone.
+class Batch
+{
+public:
+  Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink, const BatchSettings& settings);
+
+  /// Filters what can be filtered and reports what cannot. Returns whether everything went well.
+  bool run();
+
+private:
+  /// What a picture waits for, or what is done with it.
+  enum class State
+  {
+    Taken, ///< from the source; waits for memory
+    Reading,
+    Read,
+    Filtering,
+    Filtered,
+    Encoding,
+    Done, ///< or failed; waits for the pictures before it
+    Delivering
+  };
+
+  struct Item
+  {
+    std::size_t number = 0; ///< from 0
+    State state = State::Taken;
+    std::unique_ptr<PictureInput> input;
+    OmImage image; ///< the picture, and then its result
+    std::vector<OmU8> bytes;
+    OmU32 width = 0; ///< of the result, in pixels
+    OmU32 height = 0;
+    std::uint64_t memory = 0;   ///< that it takes of the limit
+    OmString failure;           ///< empty if there is none
+    bool isBeyondLimit = false; ///< the failure comes with the signal XFSZ
+  };
+
+  using Lock = std::unique_lock<std::mutex>;
+
+  std::vector<std::thread> startThreads();
+  void work();
+  bool workNext(Lock& lock);
+  bool filterNext(Lock& lock);
+  bool isOver() const { return m_isEnded && m_items.empty(); }
+  bool mayTake() const;
+  bool mayRead(const Item& item) const;
+  Item* find(State state);
+  void take(Lock& lock);
+  void read(Item& item, Lock& lock);
+  void encode(Item& item, Lock& lock);
+  void deliver(Item& item, Lock& lock);
+  void report(const Item& item);
+  template <typename Operation>
+  void perform(Item& item, State during, State after, Lock& lock, const Operation& operation);
+
+  PictureSource& m_source;
+  FilterPipeline& m_pipeline; ///< run() is for the caller's thread
+  PictureSink& m_sink;
+  const BatchSettings m_settings;
+
+  std::mutex m_mutex; ///< for what follows; a picture is its thread's own while something is done with it
+  std::condition_variable m_changed;
+  std::list<Item> m_items; ///< under way, in the order of the source
+  std::size_t m_taken = 0;
+  std::uint64_t m_memory = 0; ///< of the items
+  bool m_isTaking = false;
+  bool m_isEnded = false; ///< the source has no more
+
+  // Of the thread that delivers.
+  ProgressBar m_bar;
+  bool m_isGood = true;
+};
+
+#endif

@@ -1,0 +1,33 @@
+#include "tools/omrender/filter/fileBatch.h"
+
+namespace
+{
+
+class FileInput : public PictureInput
+{
+public:
+  FileInput(const OmString& file, LibraryLog& log) : PictureInput(readHeader(file, log)), m_log(log) {}
+
+  OmImage read() override { return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha); }
+
+private:
+  LibraryLog& m_log;
+};
+
+} // namespace
+
+std::unique_ptr<PictureInput> FileSource::next()
+{
+  if (m_next == m_files.size())
+    return nullptr;
+  return std::make_unique<FileInput>(m_files[m_next++], m_log);
+}
+
+std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const OmImage& result)
+{
+  OmImageReaderWriter::WriteSettings settings;
+  settings.compression = m_compression;
+  settings.withoutAlpha = !input.header().hasAlpha();
+  writePicture(result, m_files[number], m_log, settings);
+  return {};
+}

@@ -1,0 +1,41 @@
+#ifndef OM_TOOLS_FILE_BATCH_H
+#define OM_TOOLS_FILE_BATCH_H
+
+#include "tools/omrender/filter/pictureSource.h"
+
+class LibraryLog;
+
+/// The pictures of files.
+class FileSource : public PictureSource
+{
+public:
+  FileSource(std::vector<OmString> files, LibraryLog& log) : m_files(std::move(files)), m_log(log) {}
+
+  std::unique_ptr<PictureInput> next() override;
+
+private:
+  const std::vector<OmString> m_files;
+  LibraryLog& m_log;
+  std::size_t m_next = 0;
+};
+
+/// Writes each result into a file, complete or not at all.
+class FileSink : public PictureSink
+{
+public:
+  /// `files` has a file for each picture.
+  FileSink(std::vector<OmString> files, OmImageReaderWriter::Compression compression, LibraryLog& log)
+      : m_files(std::move(files)), m_compression(compression), m_log(log)
+  {
+  }
+
+  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) override;
+  void deliver(const std::vector<OmU8>&, OmU32, OmU32) override {}
+
+private:
+  const std::vector<OmString> m_files;
+  const OmImageReaderWriter::Compression m_compression;
+  LibraryLog& m_log;
+};
+
+#endif

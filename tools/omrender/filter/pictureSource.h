@@ -1,0 +1,59 @@
+#ifndef OM_TOOLS_PICTURE_SOURCE_H
+#define OM_TOOLS_PICTURE_SOURCE_H
+
+#include "image/omImageReaderWriter.h"
+#include "tools/omrender/pictureFile.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+/// A picture of a batch that is still to be read.
+class PictureInput
+{
+public:
+  explicit PictureInput(PictureFile header) : m_header(std::move(header)) {}
+  virtual ~PictureInput() = default;
+  PictureInput(const PictureInput&) = delete;
+  PictureInput& operator=(const PictureInput&) = delete;
+
+  const PictureFile& header() const { return m_header; }
+  /// The memory that it takes already, in bytes.
+  virtual std::uint64_t byteSize() const { return 0; }
+  /// The format that its result has if it goes to a stream and the user names none.
+  virtual OmImageReaderWriter::Format format() const { return OmImageReaderWriter::PNG; }
+  /// Reads the pixels, once; any thread may. RGB becomes RGBA, which is quicker to and from a card. Throws a Failure.
+  virtual OmImage read() = 0;
+
+private:
+  const PictureFile m_header;
+};
+
+/// Where the pictures of a batch come from.
+class PictureSource
+{
+public:
+  virtual ~PictureSource() = default;
+
+  /// Returns the next picture, or null at the end. Throws a Failure if there is one that cannot be read; the call after
+  /// that goes on behind it. One thread calls at a time, and may have to wait for the picture.
+  virtual std::unique_ptr<PictureInput> next() = 0;
+};
+
+/// Where the results of a batch go.
+class PictureSink
+{
+public:
+  virtual ~PictureSink() = default;
+
+  /// Encodes the result of the picture of that number, from 0. Returns what is to be delivered. Any thread may call.
+  /// Throws a Failure.
+  virtual std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) = 0;
+  /// Called with what encode() returned and the result's size in pixels, in the order of the pictures. Throws a
+  /// Failure.
+  virtual void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) = 0;
+};
+
+#endif

@@ -1,0 +1,61 @@
+#ifndef OM_TOOLS_STREAM_BATCH_H
+#define OM_TOOLS_STREAM_BATCH_H
+
+#include "image/omImageStream.h"
+#include "tools/omrender/filter/pictureSource.h"
+
+#include <optional>
+
+class LibraryLog;
+
+/// The shape of raw frames.
+struct RawFrames
+{
+  OmU32 channels;
+  OmU32 width;  ///< in pixels
+  OmU32 height; ///< in pixels
+};
+
+/// The pictures on standard input, one after another. A stream that breaks is a failure and ends there; so is one
+/// without a picture.
+class StreamSource : public PictureSource
+{
+public:
+  /// With `frames` the stream has raw frames. If it must have a `single` picture, another one is a failure. A picture
+  /// that no card of this `largestSide`, in pixels, could take is one before it has been read to its end.
+  StreamSource(const std::optional<RawFrames>& frames, bool single, OmU32 largestSide, LibraryLog& log);
+
+  std::unique_ptr<PictureInput> next() override;
+
+private:
+  OmImageStream::Result take(std::vector<OmU8>& bytes, OmImageReaderWriter::Format& format);
+
+  OmImageStream m_stream;
+  const bool m_single;
+  LibraryLog& m_log;
+  std::size_t m_number = 0; ///< of the picture, from 1
+  bool m_isEnded = false;
+};
+
+/// Writes the results to standard output, one after another. A reader that has closed the pipe ends the program,
+/// quietly and by the signal PIPE.
+class StreamSink : public PictureSink
+{
+public:
+  /// Without a `format` a result has that of its picture.
+  StreamSink(std::optional<OmImageReaderWriter::Format> format, OmImageReaderWriter::Compression compression,
+             LibraryLog& log);
+
+  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) override;
+  void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) override;
+
+private:
+  void checkRaw(const RawFrames& frame);
+
+  const std::optional<OmImageReaderWriter::Format> m_format;
+  const OmImageReaderWriter::Compression m_compression;
+  LibraryLog& m_log;
+  std::optional<RawFrames> m_firstRaw;
+};
+
+#endif
