@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-/// Present when the address sanitizer is: its allocator ends the process where another throws std::bad_alloc.
+/// Present when the address sanitizer is: its allocator ends the process instead of throwing std::bad_alloc.
 extern "C" void __asan_init() __attribute__((weak));
 
 namespace
@@ -47,12 +47,13 @@ void expectNoPixels(const OmImage& image)
   EXPECT_FALSE(image.isFlipped());
 }
 
-TEST(OmImage, StartsZeroFilledOrWithoutPixels)
+TEST(omImageTest, StartsZeroFilledOrWithoutPixels)
 {
   expectNoPixels(OmImage());
   for (const auto& size : {std::pair<OmU32, OmU32>{0, 0}, {0, 7}, {Most, 0}})
   {
-    const OmImage image(4, size.first, size.second);
+    OmImage image(4, size.first, size.second);
+    image.copyFromOrToFlipped(false);
     expectNoPixels(image);
     EXPECT_EQ(image.width(), size.first);
     EXPECT_EQ(image.height(), size.second);
@@ -60,7 +61,7 @@ TEST(OmImage, StartsZeroFilledOrWithoutPixels)
   EXPECT_EQ(pixels(OmImage(3, 2, 2)), Bytes(12, 0));
 }
 
-TEST(OmImage, FlipsRowsBothWays)
+TEST(omImageTest, FlipsRowsBothWays)
 {
   OmImage image = numbered();
   image.copyFromOrToFlipped(false);
@@ -73,18 +74,13 @@ TEST(OmImage, FlipsRowsBothWays)
   EXPECT_FALSE(image.isFlipped());
   EXPECT_EQ(pixels(image), (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 99, 10, 11, 12}));
 
-  image.data()[0] = 77; // a copy that is there already is filled anew
+  image.data()[0] = 77; // fills an existing copy again
   image.copyFromOrToFlipped(false);
   EXPECT_EQ(image.flippedData()[8], 77);
 }
 
-TEST(OmImage, FlipsNothingWithoutASource)
+TEST(omImageTest, FlipsNothingWithoutASource)
 {
-  OmImage empty;
-  empty.copyFromOrToFlipped(false);
-  empty.copyFromOrToFlipped(true);
-  expectNoPixels(empty);
-
   OmImage image = numbered();
   image.copyFromOrToFlipped(true);
   EXPECT_EQ(pixels(image), Numbers);
@@ -92,13 +88,12 @@ TEST(OmImage, FlipsNothingWithoutASource)
   OmImage flippedOnly;
   flippedOnly.zeroFlippedImage(1, 0, 2, 2);
   flippedOnly.copyFromOrToFlipped(false);
-  EXPECT_TRUE(flippedOnly.isFlipped());
-  EXPECT_EQ(flippedOnly.data(), nullptr);
+  EXPECT_TRUE(flippedOnly.isFlipped() && flippedOnly.data() == nullptr);
   flippedOnly.copyFromOrToFlipped(true);
   EXPECT_EQ(pixels(flippedOnly), Bytes(4, 0));
 }
 
-TEST(OmImage, MakingOneCopyKeepsTheOtherOnlyInTheSameShape)
+TEST(omImageTest, MakingOneCopyKeepsTheOtherOnlyInTheSameShape)
 {
   OmImage image = numbered();
   image.zeroFlippedImage(2, 0, 2, 3);
@@ -108,17 +103,13 @@ TEST(OmImage, MakingOneCopyKeepsTheOtherOnlyInTheSameShape)
 
   image.zeroFlippedImage(2, 0, 3, 2); // as many bytes, another shape
   EXPECT_EQ(image.data(), nullptr);
-  EXPECT_EQ(image.width(), 3U);
-  EXPECT_EQ(image.height(), 2U);
-  EXPECT_EQ(image.flippedByteSize(), 12U);
-
+  EXPECT_TRUE(image.width() == 3 && image.height() == 2 && image.flippedByteSize() == 12);
   image.zeroImage(2, 0, 3, 2);
-  EXPECT_FALSE(image.isFlipped());
-  EXPECT_EQ(image.flippedData(), nullptr);
+  EXPECT_TRUE(!image.isFlipped() && image.flippedData() == nullptr);
   EXPECT_EQ(pixels(image), Bytes(12, 0));
 }
 
-TEST(OmImage, CopiesAndMoves)
+TEST(omImageTest, CopiesAndMoves)
 {
   OmImage image = numbered();
   image.copyFromOrToFlipped(false);
@@ -145,19 +136,17 @@ TEST(OmImage, CopiesAndMoves)
   EXPECT_EQ(flippedPixels(copy), RowsReversed);
 }
 
-TEST(OmImage, SizesThatCannotBeHeldThrowAndChangeNothing)
+TEST(omImageTest, SizesThatCannotBeHeldThrowAndChangeNothing)
 {
   struct Size
   {
     OmU32 channels, width, height;
   };
   const Size sizes[] = {
-      {Most, Most, Most},
-      {4, 1U << 31, 1U << 31}, // 2^64: nothing is left of it in 64 bits
-      {4, (1U << 31) + 1, 1U << 31},
-      {2, 1U << 31, 1U << 31}, // 2^63: above what a pointer difference holds
+      {4, 1U << 31, 1U << 31}, // 2^64: 0 in 64 bits
+      {2, 1U << 31, 1U << 31}, // 2^63: more than a pointer difference holds
       {1, Most, Most},
-      {1, Most, __asan_init != nullptr ? Most : 1U << 18}, // 2^50: above what an address space holds
+      {1, Most, __asan_init != nullptr ? Most : 1U << 18}, // 2^50: more than an address space holds
   };
   for (const Size& size : sizes)
   {
@@ -167,9 +156,7 @@ TEST(OmImage, SizesThatCannotBeHeldThrowAndChangeNothing)
     image.copyFromOrToFlipped(false);
     EXPECT_THROW(image.zeroImage(size.channels, 0, size.width, size.height), std::bad_alloc);
     EXPECT_THROW(image.zeroFlippedImage(size.channels, 0, size.width, size.height), std::bad_alloc);
-    EXPECT_EQ(image.width(), 2U);
-    EXPECT_EQ(image.height(), 3U);
-    EXPECT_TRUE(image.isFlipped());
+    EXPECT_TRUE(image.width() == 2 && image.height() == 3 && image.isFlipped());
     EXPECT_EQ(pixels(image), Numbers);
     EXPECT_EQ(flippedPixels(image), RowsReversed);
   }

@@ -1,11 +1,12 @@
 #include "render/omSimpleWindow.h"
 
+#include "render/omGL.h"
 #include "render/omTexture.h"
-#include "tests/support/pictures.h"
+#include "tests/support/capture.h"
 #include "tests/support/printCapture.h"
+#include "tests/support/qtEvents.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QPixmap>
 #include <QScreen>
 #include <gtest/gtest.h>
@@ -21,16 +22,7 @@
 namespace
 {
 
-/// What the window draws, top row first.
-OmImage captured(OmWindow& window)
-{
-  OmImage image;
-  EXPECT_TRUE(window.renderSceneAndCaptureImage(image, OmSimpleWindow::CaptureFlipped, nullptr));
-  image.copyFromOrToFlipped(true);
-  return image;
-}
-
-class OmWindowBackEnd : public testing::TestWithParam<OmWindow::ImplType>
+class omWindowBackEndTest : public testing::TestWithParam<OmWindow::ImplType>
 {
 protected:
   void SetUp() override
@@ -39,24 +31,6 @@ protected:
     OmWindow::setImplType(GetParam());
   }
   void TearDown() override { XCloseDisplay(m_display); }
-
-  template <typename Condition>
-  static bool eventually(Condition condition)
-  {
-    QElapsedTimer timer;
-    for (timer.start(); timer.elapsed() < 10000; QCoreApplication::processEvents(QEventLoop::AllEvents, 5))
-      if (condition())
-        return true;
-    return false;
-  }
-
-  /// Lets window manager and toolkit hear of what the other one did.
-  static void settle()
-  {
-    QElapsedTimer timer;
-    for (timer.start(); timer.elapsed() < 200;)
-      QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-  }
 
   /// The window with that title, however deep a window manager has put it; None when there is none.
   Window find(const OmString& title, Window parent) const
@@ -67,9 +41,7 @@ protected:
     XQueryTree(m_display, parent, &found, &parent, &children, &count);
     found = None;
     for (unsigned int i = 0; i < count && !found; ++i)
-    {
       found = hasTitle(children[i], title) ? children[i] : find(title, children[i]);
-    }
     XFree(children);
     return found;
   }
@@ -101,7 +73,7 @@ protected:
            std::to_string(now.y) + (now.map_state == IsViewable ? " shown" : " hidden");
   }
 
-  /// Whether the screen shows the picture, from end to end, where the window is.
+  /// Whether the screen shows exactly the picture at the place of the window.
   bool shows(const OmWindow& window, const OmImage& picture) const
   {
     const int width = static_cast<int>(picture.width());
@@ -119,7 +91,7 @@ protected:
   Display* m_display = XOpenDisplay(nullptr);
 };
 
-TEST_P(OmWindowBackEnd, WindowsFollowTheirSettings)
+TEST_P(omWindowBackEndTest, WindowsFollowTheirSettings)
 {
   OmSimpleWindow window;
   window.setName("first");
@@ -154,7 +126,7 @@ TEST_P(OmWindowBackEnd, WindowsFollowTheirSettings)
   }
 }
 
-TEST_P(OmWindowBackEnd, AWindowThatFilledTheScreenComesBackToItsPlace)
+TEST_P(omWindowBackEndTest, AWindowThatFilledTheScreenComesBackToItsPlace)
 {
   OmSimpleWindow window;
   window.setWindowSizeAndPos(160, 140, 100, 120);
@@ -170,7 +142,7 @@ TEST_P(OmWindowBackEnd, AWindowThatFilledTheScreenComesBackToItsPlace)
   EXPECT_EQ(look(window), before);
 }
 
-TEST_P(OmWindowBackEnd, HiddenWindowsDrawOverTheirWholeArea)
+TEST_P(omWindowBackEndTest, HiddenWindowsDrawOverTheirWholeArea)
 {
   OmSimpleWindow window;
   window.setHideWindow(true);
@@ -184,7 +156,7 @@ TEST_P(OmWindowBackEnd, HiddenWindowsDrawOverTheirWholeArea)
   }
 }
 
-TEST_P(OmWindowBackEnd, PicturesComeBackAndReachTheScreenByteForByte)
+TEST_P(omWindowBackEndTest, PicturesComeBackAndReachTheScreenByteForByte)
 {
   OmSimpleWindow window;
   OmU32 seed = 0;
@@ -202,7 +174,7 @@ TEST_P(OmWindowBackEnd, PicturesComeBackAndReachTheScreenByteForByte)
   }
 }
 
-TEST_P(OmWindowBackEnd, TopMostWindowsComeAboveTheOthersAndKeepTheirPicture)
+TEST_P(omWindowBackEndTest, TopMostWindowsComeAboveTheOthersAndKeepTheirPicture)
 {
   OmSimpleWindow windows[2];
   const OmImage pictures[] = {makePicture(3, 60, 50, 1), makePicture(3, 60, 50, 2)};
@@ -222,39 +194,72 @@ TEST_P(OmWindowBackEnd, TopMostWindowsComeAboveTheOthersAndKeepTheirPicture)
   }
 }
 
-TEST_P(OmWindowBackEnd, SharedTexturesAreSeenByBothWindowsWhicheverClosesFirst)
+TEST_P(omWindowBackEndTest, SharedTexturesAreSeenByBothWindowsWhicheverClosesFirst)
 {
   const OmImage picture = makePicture(3, 32, 16);
   for (const bool makerClosesFirst : {true, false})
   {
     OmSimpleWindow maker;
-    OmSimpleWindow stranger;
-    OmSimpleWindow user;
-    ASSERT_TRUE(stranger.setImageBuffer(makePicture(3, 32, 16, 7), true));
+    OmSimpleWindow unopened;
+    maker.share(&unopened); // to no effect
     ASSERT_TRUE(maker.setImageBuffer(makePicture(3, 32, 16, 8), true));
     const auto texture = boost::make_shared<OmTexture>();
     ASSERT_TRUE(texture->loadFromImage(picture, OmTextureParameters()));
-    const boost::weak_ptr<const void> group = OmWindow::currentShareGroup();
-
+    OmSimpleWindow user;
     EXPECT_TRUE(user.share(&maker));
     ASSERT_TRUE(user.setImageBuffer(texture, true));
-    EXPECT_EQ(user.getShareWindow(), &maker);
-    EXPECT_TRUE(OmWindow::isShareGroupCurrent(group));
     EXPECT_EQ(differences(captured(user), picture), 0u);
     ASSERT_TRUE(maker.setImageBuffer(texture, true));
-    EXPECT_EQ(differences(captured(maker), picture), 0u);
-
-    OmSimpleWindow& left = makerClosesFirst ? user : maker;
     (makerClosesFirst ? maker : user).closeWindow();
-    EXPECT_EQ(differences(captured(left), picture), 0u);
-    EXPECT_EQ(differences(captured(stranger), makePicture(3, 32, 16, 7)), 0u);
-    EXPECT_FALSE(OmWindow::isShareGroupCurrent(group));
-    left.closeWindow();
-    EXPECT_TRUE(group.expired());
+    EXPECT_EQ(differences(captured(makerClosesFirst ? user : maker), picture), 0u);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, OmWindowBackEnd, testing::Values(OmWindow::ImplX11, OmWindow::ImplQt),
+TEST_P(omWindowBackEndTest, SizesEndAtWhatTheCardDraws)
+{
+  OmSimpleWindow window;
+  window.setHideWindow(true);
+  const OmImage picture = makePicture(3, 20, 15);
+  ASSERT_TRUE(window.setImageBuffer(picture, true));
+  GLint largest[2] = {};
+  glGetIntegerv(GL_MAX_VIEWPORT_DIMS, largest);
+  const auto bySides = [](int width, const char* by, int height)
+  { return std::to_string(width) + by + std::to_string(height); };
+  const std::string limit = bySides(largest[0], " by ", largest[1]) + " that the card draws.\n";
+  for (const auto& [width, height] : {std::pair(largest[0] + 1, 1), {1, largest[1] + 1}, {32768, 1}, {1, 40000}})
+  {
+    const std::string refused = bySides(width, " by ", height) + " pixels are more than the ";
+    PrintCapture capture(4);
+    window.setWindowSize(OmU32(width), OmU32(height));
+    ASSERT_EQ(capture.messages().size(), 1u);
+    EXPECT_NE(capture.messages()[0].second.find("::setWindowSize - " + refused + limit), std::string::npos);
+    const std::string stopped = bySides(std::min(width, largest[0]), "x", std::min(height, largest[1]));
+    EXPECT_TRUE(eventually([&] { return look(window).find(stopped + "+") == 0; })) << look(window);
+
+    capture.clear();
+    OmSimpleWindow other;
+    other.setHideWindow(true);
+    other.setWindowSize(OmU32(width), OmU32(height));
+    EXPECT_FALSE(other.init());
+    const bool beyondX = GetParam() == OmWindow::ImplX11 && std::max(width, height) > 32767;
+    EXPECT_NE(
+        capture.messages()[0].second.find("::openWindow - " + refused + (beyondX ? "32767 of a window.\n" : limit)),
+        std::string::npos);
+    EXPECT_EQ(capture.messages().size(), beyondX ? 3u : 2u);
+  }
+  ASSERT_TRUE(window.setImageBuffer(picture, true));
+  EXPECT_EQ(differences(captured(window), picture), 0u);
+}
+
+TEST_P(omWindowBackEndTest, DetectionOnDemandOpensAHiddenWindowAndClosesIt)
+{
+  OmGL::supportStatus = 0;
+  EXPECT_TRUE(OmGL::isSupported(OmGL::SupportShaders));
+  EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+  EXPECT_EQ(OmWindow::getWindow(), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(, omWindowBackEndTest, testing::Values(OmWindow::ImplX11, OmWindow::ImplQt),
                          [](const auto& type) { return type.param == OmWindow::ImplQt ? "Qt" : "X11"; });
 
 } // namespace

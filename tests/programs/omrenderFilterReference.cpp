@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <map>
 #include <random>
+#include <set>
 
 namespace
 {
@@ -71,9 +73,11 @@ double mean(const Place& p, int reach, double steepness)
 
 double median(const Place& p)
 {
-  double values[] = {p(-1, -1), p(0, -1), p(1, -1), p(-1, 0), p(), p(1, 0), p(-1, 1), p(0, 1), p(1, 1)};
-  std::sort(std::begin(values), std::end(values));
-  return values[4];
+  std::multiset<double> values;
+  for (int j = -1; j <= 1; ++j)
+    for (int i = -1; i <= 1; ++i)
+      values.insert(p(i, j));
+  return *std::next(values.begin(), 4);
 }
 
 /// The eight entries of the table around the colour, each by its share.

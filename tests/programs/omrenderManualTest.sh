@@ -2,8 +2,8 @@
 # omrenderManualTest.sh OMRENDER OMDEMO: the manual page and the completion against the program, on the display in
 # DISPLAY, with a window manager.
 # shellcheck source=tests/support/programTest.sh
-source "$(dirname "${BASH_SOURCE[0]}")/support/programTest.sh"
-tools=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../tools")
+source "$(dirname "${BASH_SOURCE[0]}")/../support/programTest.sh"
+tools=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../tools/omrender")
 cd "$work" || exit 1
 
 # What a section of the manual describes: its lines that begin with the macro.
@@ -28,6 +28,10 @@ for command in $commands; do
   same "$command" "$(described "$command" .It | sed 's/Fl /-/' | options)" "$(offered "$command" | grep -vx -e --help)"
 done
 
+for command in "" $commands; do
+  "$omrender" $command --help | grep -E '.{81}' && wrong "the help of '$command' is wider than a terminal"
+done
+
 # Each example, without waiting for anybody, with every picture that one of them names.
 "$omdemo" chart chart.png || wrong "chart"
 mkdir examples pictures
@@ -40,6 +44,11 @@ for picture in $(grep -ohE '[[:alnum:]*]+\.(png|jpe?g)' examples/* | tr '*' x); 
 done
 if [[ $("$omrender" show --backend qt --seconds 0 chart.png 2>&1) == *"without Qt"* ]]; then
   grep -l -e "--backend qt" examples/* | xargs rm
+fi
+if command -v ffmpeg >/dev/null; then
+  ffmpeg -v error -f lavfi -i testsrc2=s=160x90:d=0.2 pictures/in.mkv || wrong "in.mkv"
+else
+  grep -l ffmpeg examples/* | xargs rm
 fi
 ln -s "$omrender" omrender
 for example in "$work"/examples/*; do
@@ -67,12 +76,10 @@ cp ../chart.png "my picture.PNG"
 touch my.txt my.vert
 completes "$(sort <<<"$commands")" ""
 completes show s
-completes --version --v
-completes --json info --j
 completes --fullscreen show a.png --fu
-completes $'qt\nx11' show --backend ""
+completes $'egl\nqt\nx11' show --backend ""
 completes qt show --backend = q
-completes $'qt\nx11' show --backend =
+completes $'egl\nqt\nx11' show --backend =
 completes "$({ "$omrender" filter --list | grep -v '^ '; echo "my shots"; } | sort)" filter --shader ""
 completes $'my picture.PNG\nmy shots' show --fullscreen m
 completes $'my picture.PNG\nmy shots' filter --texture lut = my

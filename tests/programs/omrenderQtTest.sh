@@ -1,25 +1,14 @@
 #!/usr/bin/env bash
 # omrenderQtTest.sh OMRENDER OMDEMO: uses the Qt window as a user does, on a display with a window manager.
 # shellcheck source=tests/support/programTest.sh
-source "$(dirname "${BASH_SOURCE[0]}")/support/programTest.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../support/programTest.sh"
 viewer=
 trap 'kill $viewer 2>/dev/null; rm -rf "$work"' EXIT
 cd "$work" || exit 1
 
-# eventually WHAT COMMAND...: the command succeeds within ten seconds.
-eventually() {
-  local what=$1 tries
-  shift
-  for ((tries = 0; tries < 200; tries++)); do
-    "$@" >/dev/null 2>&1 && return
-    sleep 0.05
-  done
-  wrong "$what"
-}
-
 # starts FILE...: shows the files and waits for the window to take keys.
 starts() {
-  "$omrender" show --backend qt "$@" 2>stderr &
+  timeout 60 "$omrender" show --backend qt "$@" 2>stderr &
   viewer=$!
   eventually "no window shows $1" shows "$1"
   window=$(xdotool search --onlyvisible --name "^$1\$")
@@ -28,8 +17,6 @@ starts() {
 
 # ends STATUS: the viewer ends with that status.
 ends() {
-  eventually "the viewer goes on" eval "! kill -0 $viewer"
-  kill "$viewer" 2>/dev/null
   wait "$viewer"
   local got=$?
   [[ $got == "$1" ]] || wrong "the viewer ended with status $got, not $1: $(cat stderr)"
@@ -52,6 +39,7 @@ drawn() {
 
 "$omdemo" chart chart.png || wrong "chart"
 cp "$fixtures/rgb.png" small.png
+convert chart.png -crop 80x100+0+0 -resize '1600x100!' wide.png
 
 if [[ $("$omrender" show --backend qt chart.png --seconds 0 2>&1) == *"without Qt"* ]]; then
   refuses 1 "built without Qt" show --backend qt chart.png
@@ -106,5 +94,10 @@ QT_QPA_PLATFORM=none refuses 1 "platform plugin" show --backend qt chart.png
 QT_XCB_GL_INTEGRATION=none refuses 1 "no OpenGL" show --backend qt chart.png
 DISPLAY=:9999 refuses 1 'display ":9999": Cannot open display' show --backend qt chart.png
 refuses 1 "outside the window" show --backend qt --capture out.png --block 641,0,1,1 chart.png
+
+# The window is not as large as the picture: on the whole screen, and with x11 as the window manager keeps it on it.
+refuses 1 "outside the window, which is 800 x 600" show --backend qt --fullscreen --capture out.png --block 800,0,1,1 wide.png
+refuses 1 "outside the window, which is" show --capture out.png --block 1500,0,9,9 wide.png
+refuses 1 "less than the 1600 x 100" show --capture out.png wide.png
 
 [[ $failures == 0 ]]

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-/// How often the process has asked `operator new` for memory so far.
+/// The number of calls of `operator new` in this process so far.
 std::size_t allocationCount();
 
 #endif

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-/// Makes the driver stand in for the card that OM_TEST_CARD names, and gives the name. Mesa leaves out of GL what its
-/// override variables say.
+/// Makes Mesa behave like the card that OM_TEST_CARD names, and returns the name. Mesa's override variables remove
+/// extensions and lower the GL version. Runs before main(), because the driver reads them when it starts.
 inline std::string applyCard()
 {
   const char* const value = std::getenv("OM_TEST_CARD");
@@ -22,7 +22,8 @@ inline std::string applyCard()
   return name;
 }
 
-/// full, rectangle (no textures of any size), padded (neither those nor rectangle textures) or old (padded, GL 1.2).
+/// The card: full, rectangle (no GL_ARB_texture_non_power_of_two), padded (no rectangle textures either) or old (like
+/// padded, with GL 1.2).
 inline const std::string card = applyCard();
 
 #endif

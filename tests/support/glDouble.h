@@ -1,34 +1,28 @@
 #ifndef OM_TESTS_GL_DOUBLE_H
 #define OM_TESTS_GL_DOUBLE_H
 
-// GL without a card: the core functions that the library calls, as recording doubles. A program that defines a function
-// comes before the shared libraries, so the library calls these. Included by one file of a test program.
+// GL without a card: the core functions that the library calls, as doubles that record the calls. The loader searches
+// the program before the shared libraries, so the library calls these. One file of a test program includes this header.
+
+#include "tests/support/xDouble.h"
 
 #include <GL/gl.h>
 
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace GLDouble
 {
 
-inline std::vector<std::string> calls;     ///< what was called, as call() writes it
-inline bool recording = true;              ///< off while allocations are counted
-inline std::size_t callCount = 0;          ///< counts with recording off too
-inline GLuint nextName = 1;                ///< the next texture name to hand out
-inline std::vector<GLuint> knownTextures;  ///< what glIsTexture knows
+inline std::vector<std::string> calls;     ///< the recorded calls, as call() writes them
+inline bool hasContext = true;             ///< whether a context is current
+inline bool recording = true;              ///< false while allocations are counted
+inline std::size_t callCount = 0;          ///< counts calls even while nothing is recorded
+inline GLuint nextName = 1;                ///< the next texture name that glGenTextures() gives
+inline std::vector<GLuint> knownTextures;  ///< the texture names for which glIsTexture() is true; 0 for deleted ones
 inline std::vector<float> uploadedFloats;  ///< the pixels of the last float upload
 inline std::vector<GLubyte> uploadedBytes; ///< the pixels of the last byte upload
-
-template <class... Arguments>
-std::string call(const char* name, Arguments... arguments)
-{
-  std::ostringstream text;
-  text << name;
-  ((text << ' ' << arguments), ...);
-  return text.str();
-}
 
 template <class... Arguments>
 void record(const char* name, Arguments... arguments)
@@ -38,12 +32,10 @@ void record(const char* name, Arguments... arguments)
     calls.push_back(call(name, arguments...));
 }
 
-/// The calls since the last time.
+/// Returns the calls recorded since the last take(), and forgets them.
 inline std::vector<std::string> take()
 {
-  std::vector<std::string> result;
-  result.swap(calls);
-  return result;
+  return std::exchange(calls, {});
 }
 
 inline int components(GLenum format)
@@ -121,6 +113,11 @@ extern "C"
       if (known == name)
         return GL_TRUE;
     return GL_FALSE;
+  }
+
+  const GLubyte* glGetString(GLenum)
+  {
+    return GLDouble::hasContext ? reinterpret_cast<const GLubyte*>("4.5") : nullptr;
   }
 
   void glGetIntegerv(GLenum name, GLint* value)

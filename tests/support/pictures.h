@@ -3,7 +3,7 @@
 
 #include "image/omImage.h"
 
-/// A picture in which every pixel differs from its neighbours and no symmetry hides a flip.
+/// A picture of pseudo-random bytes, in which no symmetry hides a flip. The same arguments give the same picture.
 inline OmImage makePicture(OmU32 channels, OmU32 width, OmU32 height, OmU32 seed = 1)
 {
   OmImage image(channels, width, height);
@@ -16,7 +16,7 @@ inline OmImage makePicture(OmU32 channels, OmU32 width, OmU32 height, OmU32 seed
   return image;
 }
 
-/// What a window shows of a picture: grey in all three channels, alpha left out.
+/// What a window shows of a picture: RGB, with grey in all three channels and without alpha.
 inline OmImage asRGB(const OmImage& image)
 {
   const OmU32 channels = image.channels();
@@ -27,7 +27,7 @@ inline OmImage asRGB(const OmImage& image)
   return result;
 }
 
-/// The number of bytes in which the pixels of two images differ; all of them when their shapes do.
+/// The number of bytes in which the pixels of two images differ. If their shapes differ, more than the bytes of both.
 inline std::size_t differences(const OmImage& a, const OmImage& b)
 {
   if (a.width() != b.width() || a.height() != b.height() || a.channels() != b.channels() ||

@@ -26,7 +26,7 @@ public:
   PrintCapture(const PrintCapture&) = delete;
   PrintCapture& operator=(const PrintCapture&) = delete;
 
-  /// The messages of at least that type; with the default everything but the trace.
+  /// The messages with at least that type. The default leaves out the trace of the operations (type 0).
   std::vector<Message> messages(int lowest = 1) const
   {
     std::vector<Message> result;

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Sourced by the tests of omrender, which are called with OMRENDER OMDEMO …: a scratch directory to be in, and how to
-# fail. They end with [[ $failures == 0 ]].
+# Sourced by the tests of omrender, which are called with OMRENDER OMDEMO …. Makes a scratch directory, $work, that is
+# removed at the end, and counts failures. Such a test ends with [[ $failures == 0 ]].
 set -uo pipefail
 
 omrender=$(realpath "$1")
@@ -17,7 +17,19 @@ wrong() {
   failures=$((failures + 1))
 }
 
-# refuses STATUS WORDS ARGUMENT...: ends with that status, one line that holds the words, and no file.
+# eventually WHAT COMMAND...: waits until the command succeeds; fails with WHAT after about ten seconds.
+eventually() {
+  local what=$1 tries
+  shift
+  for ((tries = 0; tries < 200; tries++)); do
+    "$@" >/dev/null 2>&1 && return
+    sleep 0.05
+  done
+  wrong "$what"
+}
+
+# refuses STATUS WORDS ARGUMENT...: omrender must end with that status, print one line that contains WORDS, and leave no
+# file.
 refuses() {
   local status=$1 words=$2 got=0
   shift 2

@@ -13,7 +13,7 @@ inline std::array<float, 3> asArray(const Vector& v)
   return {v.x, v.y, v.z};
 }
 
-/// The same numbers in every run.
+/// Gives the same numbers in every run.
 inline std::mt19937& generator()
 {
   static std::mt19937 engine(20);
@@ -25,7 +25,7 @@ inline float uniform(float low, float high)
   return std::uniform_real_distribution<float>(low, high)(generator());
 }
 
-/// One of 0 to count - 1.
+/// A number from 0 to count - 1.
 inline int pick(int count)
 {
   return std::uniform_int_distribution<int>(0, count - 1)(generator());

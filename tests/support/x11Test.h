@@ -14,13 +14,12 @@
 #include <unistd.h>
 #include <vector>
 
-/// The back end with what it keeps in view.
+/// The back end with its protected members public.
 class OpenX11 : public OmWindow::Impl::X11
 {
 public:
   using X11::m_context;
   using X11::m_pDisplay;
-  using X11::m_pVisualInfo;
   using X11::m_xWindow;
 };
 
@@ -36,20 +35,21 @@ public:
   Window id() const { return x11().m_xWindow; }
 };
 
-/// The tests look at windows from outside, over a connection of their own.
+/// Tests that look at windows from outside, over another connection.
 class X11Test : public testing::Test
 {
 protected:
   void SetUp() override
   {
-    alarm(110); // a window that waits for ever ends the test program
+    alarm(110); // seconds, after which a test program that waits for ever ends
     ASSERT_TRUE(m_display) << "no display";
     m_screen = ScreenCount(m_display) - 1;
     m_root = RootWindow(m_display, m_screen);
   }
   void TearDown() override { OM_REAL(XCloseDisplay)(m_display); }
 
-  /// Waits until the server has come to the library's requests, which reach it over other connections.
+  /// Waits until the condition holds, because the library's requests reach the server over other connections, some time
+  /// later. Returns false after ten seconds.
   template <typename Condition>
   static bool eventually(Condition condition)
   {
@@ -85,7 +85,7 @@ protected:
     return result;
   }
 
-  /// The window's frame: itself where no window manager has framed it.
+  /// The window manager's frame of the window, or the window itself if it has none.
   Window frame(Window window) const
   {
     for (Window parent = window; parent != m_root && parent != None; children(window, &parent))

@@ -9,10 +9,20 @@
 #include <string>
 #include <utility>
 
-/// The function that a double of the same name, defined in the test program, stands in front of.
+/// The real function behind a double of the same name in the test program.
 #define OM_REAL(function) reinterpret_cast<decltype(&function)>(dlsym(RTLD_NEXT, #function))
 
-/// What doubles were asked to do since the last takeCalls(): "setWindowSize 640 480; renderScene 1".
+/// A call as text: "setWindowSize 640 480".
+template <typename... Arguments>
+std::string call(const char* name, const Arguments&... arguments)
+{
+  std::ostringstream text;
+  text << name;
+  ((text << ' ' << arguments), ...);
+  return text.str();
+}
+
+/// The calls of the doubles since the last takeCalls(): "setWindowSize 640 480; renderScene 1".
 inline std::string s_calls;
 
 inline std::string takeCalls()
@@ -23,13 +33,10 @@ inline std::string takeCalls()
 template <typename... Arguments>
 void note(const char* name, const Arguments&... arguments)
 {
-  std::ostringstream line;
-  line << name;
-  ((line << ' ' << arguments), ...);
-  s_calls += (s_calls.empty() ? "" : "; ") + line.str();
+  s_calls += (s_calls.empty() ? "" : "; ") + call(name, arguments...);
 }
 
-/// A back end that opens nothing and notes what it is asked.
+/// A back end that opens nothing and notes its calls.
 class RecordingImpl : public OmWindow::Impl
 {
 public:

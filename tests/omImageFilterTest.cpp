@@ -1,0 +1,485 @@
+#include "render/omImageFilter.h"
+
+#include "image/omImage.h"
+#include "render/omFBOWindow.h"
+#include "render/omGL.h"
+#include "render/omTexture.h"
+#include "tests/support/card.h"
+#include "tests/support/pictures.h"
+#include "tests/support/printCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <memory>
+
+namespace
+{
+
+constexpr char Identity[] =
+    "uniform sampler2D image; void main() { gl_FragColor = texture2D(image, gl_TexCoord[0].st); }";
+constexpr char Negative[] =
+    "uniform sampler2D image; void main() { gl_FragColor = 1.0 - texture2D(image, gl_TexCoord[0].st); }";
+/// Moves the picture one pixel to the left and two up in each pass; what comes in is the edge.
+constexpr char Shift[] = R"(// passes: 3
+uniform sampler2D image; uniform vec2 texelSize;
+void main() { gl_FragColor = texture2D(image, gl_TexCoord[0].st + vec2(1.0, 2.0) * texelSize); })";
+/// Multiplies beyond what a byte holds, and back.
+constexpr char Excess[] = R"(// passes: 2
+uniform sampler2D image; uniform int pass;
+void main() { vec4 c = texture2D(image, gl_TexCoord[0].st); gl_FragColor = pass == 0 ? 8.0 * c - 3.0 : (c + 3.0) / 8.0; })";
+
+/// What a filter makes of a picture: for each pixel the one `dx` to its right and `dy` below, with `flips` in each
+/// byte.
+OmImage expected(const OmImage& image, OmU32 dx = 0, OmU32 dy = 0, OmU8 flips = 0)
+{
+  const OmU32 channels = image.channels();
+  OmImage result(channels % 2 == 0 ? 4 : 3, image.width(), image.height());
+  OmU8* to = result.data();
+  for (OmU32 y = 0; y < image.height(); ++y)
+    for (OmU32 x = 0; x < image.width(); ++x)
+    {
+      const std::size_t pixel =
+          std::size_t{std::min(y + dy, image.height() - 1)} * image.width() + std::min(x + dx, image.width() - 1);
+      for (OmU32 c = 0; c < result.channels(); ++c)
+        *to++ = image.data()[pixel * channels + (c == 3 ? channels - 1 : channels < 3 ? 0 : c)] ^ flips;
+    }
+  return result;
+}
+
+template <class Window = OmSimpleWindow>
+std::unique_ptr<Window> open(const OmWindow* partner = nullptr)
+{
+  auto window = std::make_unique<Window>();
+  window->setWindowSize(8, 8);
+  window->setHideWindow(true);
+  window->share(partner);
+  return window->init() ? std::move(window) : nullptr;
+}
+
+std::unique_ptr<OmImageFilter> filterOf(const char* source)
+{
+  auto filter = std::make_unique<OmImageFilter>();
+  EXPECT_TRUE(filter->loadShaderFromString(source, OmShader::Fragment));
+  return filter;
+}
+
+std::size_t wrongBytes(OmImageFilter& filter, const OmImage& image, const OmImage& wanted)
+{
+  OmImage result;
+  return filter.run(image, result) ? differences(result, wanted) : wanted.byteSize() + 1;
+}
+
+/// The first pixel that a filter makes of a black one.
+std::vector<int> colour(OmImageFilter& filter)
+{
+  OmImage result;
+  if (!filter.run(OmImage(4, 1, 1), result))
+    return {};
+  return {result.data(), result.data() + 4};
+}
+
+/// How many shaders and programs there are; drivers hand out small names.
+std::size_t shaderObjects()
+{
+  std::size_t count = 0;
+  for (GLhandleARB handle = 1; handle < 64; ++handle)
+  {
+    GLint type = 0;
+    glGetObjectParameterivARB(handle, GL_OBJECT_TYPE_ARB, &type);
+    count += type != 0;
+  }
+  return count;
+}
+
+// clang-format off
+const GLenum States[] = {
+    GL_VIEWPORT, GL_MATRIX_MODE, GL_PROJECTION_MATRIX, GL_MODELVIEW_MATRIX, GL_TEXTURE_MATRIX, GL_CURRENT_COLOR,
+    GL_CURRENT_TEXTURE_COORDS, GL_FRAMEBUFFER_BINDING_EXT, GL_READ_FRAMEBUFFER_BINDING_EXT, GL_ACTIVE_TEXTURE,
+    GL_TEXTURE_BINDING_2D, GL_TEXTURE_2D, GL_PIXEL_PACK_BUFFER_BINDING_ARB, GL_PIXEL_UNPACK_BUFFER_BINDING_ARB,
+    GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_UNPACK_ALIGNMENT, GL_UNPACK_SKIP_ROWS, GL_UNPACK_ROW_LENGTH, GL_BLEND,
+    GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_CULL_FACE_MODE, GL_ALPHA_TEST, GL_DITHER,
+    GL_CLIP_PLANE0, GL_COLOR_LOGIC_OP, GL_COLOR_WRITEMASK, GL_POLYGON_MODE, GL_RED_SCALE, GL_GREEN_BIAS,
+    GL_DRAW_BUFFER, GL_READ_BUFFER, GL_ATTRIB_STACK_DEPTH, GL_PROJECTION_STACK_DEPTH};
+// clang-format on
+
+using State = std::map<GLenum, std::vector<GLfloat>>;
+
+State state()
+{
+  State result;
+  for (const GLenum name : States)
+  {
+    std::vector<GLfloat>& values = result[name];
+    values.resize(16);
+    glGetFloatv(name, values.data());
+  }
+  result[GL_CURRENT_PROGRAM] = {static_cast<GLfloat>(glGetHandleARB(GL_PROGRAM_OBJECT_ARB))};
+  GLint unit = 0;
+  glGetIntegerv(GL_ACTIVE_TEXTURE, &unit);
+  for (GLenum other = GL_TEXTURE0; other < GL_TEXTURE3; ++other)
+  {
+    glActiveTextureARB(other);
+    std::vector<GLfloat>& values = result[other];
+    values.resize(18);
+    glGetFloatv(GL_TEXTURE_MATRIX, values.data());
+    glGetFloatv(GL_TEXTURE_BINDING_2D, &values[16]);
+    glGetFloatv(GL_TEXTURE_2D, &values[17]);
+  }
+  glActiveTextureARB(static_cast<GLenum>(unit));
+  return result;
+}
+
+/// State in which little of a picture would come through.
+void setHostileState(OmTexture& texture, OmShader& shader, OmFrameBufferObject& framebuffer, GLuint buffer)
+{
+  framebuffer.bind();
+  shader.attach(true);
+  glViewport(1, 2, 3, 4);
+  for (const int mode : {GL_PROJECTION, GL_TEXTURE, GL_MODELVIEW})
+  {
+    glMatrixMode(static_cast<GLenum>(mode));
+    glScalef(0.5f, 0.25f, 1.0f);
+  }
+  texture.setUnit(1);
+  texture.bind();
+  for (const int capability : {GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_ALPHA_TEST,
+                               GL_CLIP_PLANE0, GL_COLOR_LOGIC_OP, GL_POLYGON_STIPPLE})
+    glEnable(static_cast<GLenum>(capability));
+  glScissor(0, 0, 1, 1);
+  glCullFace(GL_FRONT_AND_BACK);
+  glAlphaFunc(GL_NEVER, 0.0f);
+  glStencilFunc(GL_NEVER, 0, 0);
+  glLogicOp(GL_CLEAR);
+  glColorMask(GL_TRUE, GL_FALSE, GL_FALSE, GL_FALSE);
+  glPolygonMode(GL_FRONT_AND_BACK, GL_POINT);
+  glColor4f(0.25f, 0.5f, 0.75f, 1.0f);
+  glTexCoord2f(0.5f, 0.25f);
+  glPixelTransferf(GL_RED_SCALE, 0.5f);
+  glPixelTransferf(GL_GREEN_BIAS, 0.5f);
+  glPixelStorei(GL_PACK_ALIGNMENT, 8);
+  glPixelStorei(GL_PACK_ROW_LENGTH, 3);
+  glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+  glPixelStorei(GL_UNPACK_ROW_LENGTH, 5);
+  glPixelStorei(GL_UNPACK_SKIP_ROWS, 1);
+  glBindBufferARB(GL_PIXEL_PACK_BUFFER_ARB, buffer);
+  glBindBufferARB(GL_PIXEL_UNPACK_BUFFER_ARB, buffer);
+}
+
+} // namespace
+
+TEST(omImageFilterTest, ResultsAreThoseOfTheShader)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  const auto identity = filterOf(Identity);
+  const auto negative = filterOf(Negative);
+  const auto shift = filterOf(Shift);
+  const auto excess = filterOf(Excess);
+  excess->setFloatsBetweenPasses(true);
+  for (OmU32 channels = 1; channels <= 4; ++channels)
+    for (const auto& [width, height] : {std::pair<OmU32, OmU32>(1, 1), {2, 3}, {37, 23}, {64, 32}, {5, 1}})
+    {
+      SCOPED_TRACE(std::to_string(channels) + " channels, " + std::to_string(width) + " x " + std::to_string(height));
+      OmImage image = makePicture(channels, width, height);
+      EXPECT_EQ(wrongBytes(*identity, image, expected(image)), 0u);
+      EXPECT_EQ(wrongBytes(*shift, image, expected(image, 3, 6)), 0u);
+      EXPECT_EQ(wrongBytes(*excess, image, expected(image)), 0u);
+      EXPECT_EQ(wrongBytes(*negative, image, expected(image, 0, 0, 255)), 0u);
+      image.copyFromOrToFlipped(false);
+      EXPECT_EQ(wrongBytes(*shift, image, expected(image, 3, 6)), 0u);
+      const OmImage wanted = expected(image, 3, 6);
+      EXPECT_TRUE(shift->run(image, image)); // in place
+      EXPECT_EQ(differences(image, wanted), 0u);
+      EXPECT_FALSE(image.isFlipped());
+    }
+  const OmImage image = makePicture(3, 37, 23);
+  EXPECT_TRUE(identity->loadShaderFromString(Negative, OmShader::Fragment));
+  EXPECT_EQ(wrongBytes(*identity, image, expected(image, 0, 0, 255)), 0u);
+  shift->setPasses(1);
+  EXPECT_EQ(wrongBytes(*shift, image, expected(image, 1, 2)), 0u);
+  EXPECT_EQ(wrongBytes(*excess, image, expected(image)), 0u);
+  excess->setFloatsBetweenPasses(false);
+  EXPECT_GT(wrongBytes(*excess, image, expected(image)), image.byteSize() / 2);
+  const auto alpha =
+      filterOf("uniform sampler2D image; void main() { gl_FragColor = texture2D(image, gl_TexCoord[0].st).aaaa; }");
+  EXPECT_EQ(wrongBytes(*alpha, OmImage(3, 37, 23), expected(OmImage(3, 37, 23), 0, 0, 255)), 0u);
+}
+
+TEST(omImageFilterTest, SettingsReachTheShader)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  const auto filter = filterOf(R"(// passes: 1
+// default: one=0.2 (and a remark)
+// default: missing=3
+uniform float one; uniform vec2 two; uniform vec3 three; uniform int whole; uniform ivec2 wholes;
+void main() { gl_FragColor = vec4(one + two.y, three.x + three.z, float(whole + wholes.y) / 255.0, two.x + three.y); })");
+  EXPECT_EQ(colour(*filter), (std::vector<int>{51, 0, 0, 0}));
+  for (const char* setting : {"one=0.4", "two=0.2,0.6", "three=0.2,0.4,0.6", "whole=i7", "wholes=i1,i-2"})
+    EXPECT_TRUE(filter->set(setting));
+  EXPECT_EQ(colour(*filter), (std::vector<int>{255, 204, 5, 153}));
+  filter->setFloats("one", {-0.6f});
+  filter->setFloats("two", {0.0f, 0.8f});
+  filter->setFloats("three", {0.0f, 0.2f, 0.4f});
+  filter->setIntegers("whole", {8});
+  filter->setIntegers("wholes", {0, 1});
+  EXPECT_EQ(colour(*filter), (std::vector<int>{51, 102, 9, 51}));
+
+  const PrintCapture print(4);
+  const char* const wrong[] = {"one",         "=1",     "one=",    "one=nan",  "one=1e99",
+                               "one=1,2,3,4", "one=1,", "one=1;2", "one=i1,2", "one=i1,i2,i3"};
+  for (const char* text : wrong)
+    EXPECT_FALSE(OmImageFilter::isSetting(text) || filter->set(text)) << text;
+  EXPECT_EQ(print.messages().size(), std::size(wrong));
+  EXPECT_EQ(colour(*filter), (std::vector<int>{51, 102, 9, 51}));
+}
+
+TEST(omImageFilterTest, PicturesAndSizes)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  const auto filter =
+      filterOf("uniform sampler2D image, a, b; uniform vec2 aSize, bTexelSize; void main() { gl_FragColor = "
+               "texture2D(image, gl_TexCoord[0].st) + vec4(texture2D(a, vec2(9.0)).r, texture2D(b, "
+               "bTexelSize * 0.5).gb + vec2(aSize.x, 1.0 / bTexelSize.y / 5.0) / 255.0, 0.0); }");
+  OmImage a(1, 3, 2);
+  OmImage b(3, 2, 4);
+  a.data()[5] = 50;
+  b.data()[1] = 20;
+  b.data()[2] = 30;
+  filter->setPicture("a", a);
+  filter->setPicture("b", b);
+  ASSERT_TRUE(filter->init());
+  EXPECT_EQ(filter->pictureNames().size(), 2u);
+  EXPECT_EQ(colour(*filter), (std::vector<int>{50, 23, 31, 0}));
+  a.data()[5] = 60;
+  a.copyFromOrToFlipped(false);
+  filter->setPicture("a", a);
+  EXPECT_EQ(colour(*filter)[0], 60);
+
+  const auto enlarged = filterOf(Identity);
+  enlarged->setSize(4, 2);
+  OmImage dots(3, 2, 1);
+  std::fill(dots.data() + 3, dots.data() + 6, OmU8{200});
+  OmImage result;
+  ASSERT_TRUE(enlarged->run(dots, result));
+  ASSERT_EQ(result.byteSize(), 24u);
+  for (const auto& [x, value] : {std::pair(0, 0), {1, 50}, {2, 150}, {3, 200}})
+    for (const int row : {0, 4})
+      EXPECT_NEAR(result.data()[3 * (row + x)], value, 1) << x;
+  enlarged->setSize(0, 0);
+  EXPECT_EQ(wrongBytes(*enlarged, dots, dots), 0u);
+}
+
+TEST(omImageFilterTest, FailuresLeaveTheResult)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  const OmImage image = makePicture(3, 4, 4);
+  const auto fails = [&](OmImageFilter& filter, const OmImage& from, const char* message)
+  {
+    OmImage result = image;
+    const PrintCapture print(4);
+    EXPECT_FALSE(filter.run(from, result)) << message;
+    EXPECT_EQ(differences(result, image), 0u) << message;
+    const Messages messages = print.messages();
+    ASSERT_EQ(messages.size(), 1u) << message;
+    EXPECT_EQ(messages[0].first, 4);
+    EXPECT_EQ(messages[0].second.find(OmString("OmImageFilter: ") + message), 0u) << messages[0].second;
+  };
+  for (const auto& [source, message] : {
+           std::pair("nonsense", "cannot compile the fragment shader: 0:"),
+           {"void f(); void main() { f(); }", "cannot link the fragment shader: "},
+           {"uniform sampler1D sky; void main() { gl_FragColor = texture1D(sky, 1.0); }",
+            "the sampler \"sky\" of the fragment shader is no sampler2D"},
+       })
+    fails(*filterOf(source), image, message);
+
+  const auto uses = [] { return filterOf("uniform float strength; void main() { gl_FragColor = vec4(strength); }"); };
+  for (const auto& [setting, message] : {
+           std::pair("radius=1", "the fragment shader has no uniform \"radius\""),
+           {"pass=i1", "the filter sets the uniform \"pass\" itself"},
+           {"strength=i1", "the uniform \"strength\" of the fragment shader is not made of 1 whole number."},
+           {"strength=1,2", "the uniform \"strength\" of the fragment shader is not made of 2 floats."},
+       })
+  {
+    const auto filter = uses();
+    EXPECT_TRUE(filter->set(setting));
+    fails(*filter, image, message);
+    fails(*filter, image, message);
+  }
+  auto other = uses();
+  other->setFloats("strength", {1.0f, 2.0f, 3.0f, 4.0f});
+  fails(*other, image, "the uniform \"strength\" of the fragment shader is not made of 4 floats.");
+  other = uses();
+  other->setPicture("nothing", image);
+  fails(*other, image, "the fragment shader has no uniform \"nothing\"");
+  other = filterOf("uniform sampler2D a; void main() { gl_FragColor = texture2D(a, vec2(0.0)); }");
+  other->setPicture("a", OmImage(5, 1, 1));
+  fails(*other, image, "the picture \"a\" has 5 channels, and filters take 1 to 4.");
+  other->setPicture("a", OmImage());
+  fails(*other, image, "the fragment shader reads another picture; give it by setPicture(\"a\"");
+  other = uses();
+  const OmU32 largest = other->largestSide();
+  ASSERT_GT(largest, 0u);
+  fails(*other, OmImage(1, 1, largest + 1), "the image is 1 x ");
+  fails(*other, OmImage(5, 2, 2), "the image has 5 channels, and filters take 1 to 4.");
+  fails(*other, OmImage(), "the image has no pixels.");
+  other->setSize(largest + 1, 1);
+  fails(*other, image, "the result is ");
+
+  const auto filter = filterOf(Negative); // stays
+  const PrintCapture print(4);
+  EXPECT_FALSE(filter->loadShaderFromString("// passes: 1001\n", OmShader::Fragment));
+  EXPECT_FALSE(filter->loadShaderFromString("// default: x\n", OmShader::Fragment));
+  EXPECT_FALSE(filter->loadShaderFromString(Identity, OmShader::Geometry));
+  EXPECT_FALSE(filter->loadShaderFromFile("nosuch.frag", OmShader::Fragment));
+  EXPECT_FALSE(filter->loadShaderFromFile("/", OmShader::Vertex));
+  OmImage result;
+  EXPECT_FALSE(OmImageFilter().run(image, result));
+  EXPECT_EQ(print.messages().size(), 6u);
+  EXPECT_EQ(print.messages()[3].second, "OmImageFilter: cannot read \"nosuch.frag\": No such file or directory.\n");
+  EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
+}
+
+TEST(omImageFilterTest, TheCallersStateIsBackAndDoesNotMatter)
+{
+  const auto window = open<OmFBOWindow>();
+  ASSERT_TRUE(window);
+  const OmImage picture = makePicture(3, 16, 9);
+  window->setOffScreenRendering(true);
+  ASSERT_TRUE(window->setWindowSize(16, 9) && window->init() && window->setImageBuffer(picture, true));
+  const auto filter = filterOf(Shift);
+  const auto captures = [&]
+  {
+    OmImage captured;
+    EXPECT_TRUE(window->renderSceneAndCaptureImage(captured, OmSimpleWindow::CaptureFlipped, nullptr));
+    captured.copyFromOrToFlipped(true);
+    return differences(captured, picture);
+  };
+  for (OmU32 frame = 0; frame < 3; ++frame) // frames and filtered pictures in turn
+  {
+    EXPECT_EQ(captures(), 0u);
+    const OmImage image = makePicture(frame % 2 ? 4 : 3, 11, 7 + frame);
+    EXPECT_EQ(wrongBytes(*filter, image, expected(image, 3, 6)), 0u);
+  }
+
+  OmTexture texture;
+  ASSERT_TRUE(texture.loadShell(8, 8, OmTextureParameters()));
+  OmFrameBufferObject framebuffer;
+  ASSERT_TRUE(framebuffer.init(texture, OmFrameBufferObject::Color, 0));
+  OmShader shader;
+  ASSERT_TRUE(shader.loadShaderFromString(Identity, OmShader::Fragment));
+  GLuint buffer = 0;
+  glGenBuffersARB(1, &buffer);
+  setHostileState(texture, shader, framebuffer, buffer);
+  const State before = state();
+  EXPECT_EQ(wrongBytes(*filter, picture, expected(picture, 3, 6)), 0u);
+  EXPECT_EQ(wrongBytes(*filterOf(Negative), picture, expected(picture, 0, 0, 255)), 0u);
+  EXPECT_EQ(state(), before);
+
+  // Nothing is saved if the stack is full; then the filter refuses.
+  GLint most = 0;
+  glGetIntegerv(GL_MAX_ATTRIB_STACK_DEPTH, &most);
+  for (GLint i = 0; i < most; ++i)
+    glPushAttrib(GL_CURRENT_BIT);
+  const State full = state();
+  PrintCapture print(4);
+  EXPECT_GT(wrongBytes(*filter, picture, picture), picture.byteSize());
+  EXPECT_EQ(print.messages().size(), 1u);
+  EXPECT_EQ(state(), full);
+}
+
+TEST(omImageFilterTest, StorageAndProgramsAreKeptAsLongAsTheFilter)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  auto filter = filterOf(Shift);
+  OmImage result;
+  ASSERT_TRUE(filter->run(makePicture(3, 16, 9), result));
+  EXPECT_EQ(shaderObjects(), 3u); // the program with two shaders
+  const OmU8* const pixels = result.data();
+  {
+    const PrintCapture print;
+    EXPECT_TRUE(filter->run(makePicture(3, 16, 9, 2), result));
+    EXPECT_EQ(result.data(), pixels);
+    EXPECT_EQ(print.messages(), (Messages{{2, "Reusing texture.\n"}}));
+  }
+  filter.reset();
+  EXPECT_EQ(shaderObjects(), 0u);
+}
+
+TEST(omImageFilterTest, WithoutAWindowAHiddenOneIsUsed)
+{
+  const OmImage image = makePicture(3, 9, 5);
+  for (const bool hasDisplay : {true, false})
+  {
+    if (!hasDisplay)
+      unsetenv("DISPLAY");
+    auto filter = filterOf(Negative);
+    auto other = filterOf(Shift);
+    for (int run = 0; run < 2; ++run)
+    {
+      EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
+      EXPECT_EQ(OmWindow::getWindow(), nullptr);
+      EXPECT_EQ(glGetString(GL_VERSION), nullptr);
+      EXPECT_EQ(wrongBytes(*other, image, expected(image, 3, 6)), 0u);
+    }
+    if (!hasDisplay)
+      OmWindow::setImplType(OmWindow::ImplEGL);
+    const auto window = open();
+    ASSERT_TRUE(window && window->setImageBuffer(image, true));
+    const GLubyte* const renderer = glGetString(GL_RENDERER);
+    {
+      const PrintCapture print;
+      EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
+      EXPECT_EQ(print.messages(), (Messages{{2, "Reusing texture.\n"}})); // in the hidden window
+    }
+    EXPECT_EQ(OmWindow::getWindow(), window.get());
+    EXPECT_EQ(glGetString(GL_RENDERER), renderer);
+    filter.reset();
+    EXPECT_EQ(OmWindow::getWindow(), window.get());
+    OmImage captured;
+    ASSERT_TRUE(window->renderSceneAndCaptureImage(captured, OmSimpleWindow::CaptureFlipped, nullptr));
+    captured.copyFromOrToFlipped(true);
+    EXPECT_EQ(differences(captured, image), 0u);
+  }
+}
+
+TEST(omImageFilterTest, FiltersStartOverInAnotherContext)
+{
+  auto first = open();
+  auto partner = open(first.get());
+  auto stranger = open();
+  ASSERT_TRUE(first && partner && stranger);
+  OmTexture own;
+  ASSERT_TRUE(own.loadFromImage(makePicture(3, 8, 8), OmTextureParameters()));
+  const OmImage image = makePicture(3, 9, 5);
+  const auto negative = filterOf("uniform sampler2D image, b; void main() { gl_FragColor = texture2D(b, "
+                                 "vec2(0.5)) - texture2D(image, gl_TexCoord[0].st); }");
+  const auto shift = filterOf(Shift);
+  OmImage white(1, 1, 1);
+  white.data()[0] = 255;
+  negative->setPicture("b", white);
+  const auto run = [&]
+  {
+    EXPECT_EQ(wrongBytes(*negative, image, expected(image, 0, 0, 255)), 0u);
+    EXPECT_EQ(wrongBytes(*shift, image, expected(image, 3, 6)), 0u);
+  };
+  for (OmSimpleWindow* window : {first.get(), partner.get(), stranger.get(), first.get()})
+  {
+    window->makeCurrent();
+    run();
+  }
+  stranger->makeCurrent();
+  EXPECT_EQ(glIsTexture(own.id()), GL_TRUE);
+  first.reset();
+  partner.reset();
+  run(); // in hidden windows
+  stranger->makeCurrent();
+  EXPECT_EQ(glIsTexture(own.id()), GL_TRUE);
+  run();
+}

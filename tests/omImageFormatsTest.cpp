@@ -1,0 +1,170 @@
+// What picture files hold, in every format that is written, and what PPM, PGM and PAM files may look like.
+
+#include "image/omImageReaderWriter.h"
+
+#include "support/pictures.h"
+#include "support/printCapture.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace std::string_literals;
+
+OmString fixture(const OmString& name)
+{
+  return OmString(OM_FIXTURES) + "/" + name;
+}
+
+/// An image without its last channel.
+OmImage shortened(const OmImage& image)
+{
+  const OmU32 channels = image.channels();
+  OmImage result(channels - 1, image.width(), image.height());
+  for (std::size_t i = 0; i < result.byteSize(); ++i)
+    result.data()[i] = image.data()[i / (channels - 1) * channels + i % (channels - 1)];
+  return result;
+}
+
+} // namespace
+
+TEST(omImageFormatsTest, DecodesWhatItEncodes)
+{
+  using Writer = OmImageReaderWriter;
+  OmImage smooth = makePicture(3, 300, 200); // slopes along and across, for the filters that look at both
+  for (std::size_t i = 903; i < smooth.byteSize(); ++i)
+    smooth.data()[i] = static_cast<OmU8>(smooth.data()[i - 3] + smooth.data()[i - 900] - smooth.data()[i - 903] +
+                                         (smooth.data()[i] / 64));
+  OmImage soft = makePicture(1, 300, 200);
+  for (std::size_t i = 300; i < soft.byteSize(); ++i)
+    soft.data()[i] = static_cast<OmU8>((soft.data()[i - 1] + soft.data()[i - 300]) / 2 + soft.data()[i] / 16);
+  const OmImage images[] = {smooth,
+                            soft,
+                            OmImage(4, 30000, 3),
+                            makePicture(1, 2, 1),
+                            makePicture(2, 3, 50),
+                            makePicture(3, 1, 1),
+                            makePicture(3, 64, 9),
+                            makePicture(4, 999, 501)};
+  const Writer::WriteSettings settings[] = {
+      {Writer::PNG, Writer::Fast, false},    {Writer::PNG, Writer::Default, true},
+      {Writer::PNG, Writer::Small, false},   {Writer::PPM, Writer::Default, true},
+      {Writer::PAM, Writer::Default, false}, {Writer::PAM, Writer::Default, true}};
+  for (const OmImage& image : images)
+    for (const Writer::WriteSettings& setting : settings)
+    {
+      SCOPED_TRACE(testing::Message() << image.channels() << " channels, " << image.width() << " wide, format "
+                                      << setting.format << ", compression " << setting.compression);
+      const OmImage expected = setting.withoutAlpha && image.channels() % 2 == 0 ? shortened(image) : image;
+      std::vector<OmU8> bytes(7);
+      ASSERT_TRUE(Writer::encode(image, "picture", setting, bytes));
+      EXPECT_LT(bytes.size(), expected.byteSize() * 101 / 100 + expected.height() + 200);
+      OmImage copy;
+      ASSERT_TRUE(Writer::decode(copy, bytes, "picture", 0));
+      EXPECT_EQ(differences(copy, expected), 0U);
+      OmU32 width = 0, height = 0, channels = 0;
+      ASSERT_TRUE(Writer::decodeHeader(bytes, "picture", width, height, channels));
+      EXPECT_TRUE(width == image.width() && height == image.height() && channels == expected.channels());
+
+      // With a fourth channel the pixels are the same.
+      ASSERT_TRUE(Writer::decode(copy, bytes, "picture", Writer::OpaqueAlpha));
+      EXPECT_EQ(copy.channels(), expected.channels() == 3 ? 4U : expected.channels());
+      if (expected.channels() == 3)
+      {
+        for (std::size_t i = 3; i < copy.byteSize(); i += 4)
+          ASSERT_EQ(copy.data()[i], 255);
+        copy = shortened(copy);
+      }
+      EXPECT_EQ(differences(copy, expected), 0U);
+    }
+
+  PrintCapture capture;
+  std::vector<OmU8> bytes(7);
+  EXPECT_FALSE(Writer::encode(makePicture(4, 2, 2), "frame 3", {Writer::PPM, Writer::Default, false}, bytes));
+  EXPECT_EQ(bytes.size(), 7U);
+  OmImage image;
+  EXPECT_FALSE(Writer::decode(image, {}, "frame 4", 0));
+  const OmString start = "OmImageReaderWriter: cannot ";
+  EXPECT_EQ(capture.messages(),
+            (Messages{{4, start + "write \"frame 3\": PPM holds no alpha; write PAM or PNG, or leave the alpha out\n"},
+                      {4, start + "read \"frame 4\": the file is empty\n"}}));
+}
+
+TEST(omImageFormatsTest, CompressesAsAsked)
+{
+  OmImage image = makePicture(3, 400, 300); // each pixel is much like the one above
+  for (std::size_t i = 0; i < image.byteSize(); ++i)
+    image.data()[i] = static_cast<OmU8>(i < 1200 ? image.data()[i] : image.data()[i - 1200] + image.data()[i] / 64);
+  std::vector<OmU8> bytes[3];
+  for (const auto compression : {OmImageReaderWriter::Fast, OmImageReaderWriter::Default, OmImageReaderWriter::Small})
+    ASSERT_TRUE(
+        OmImageReaderWriter::encode(image, "x", {OmImageReaderWriter::PNG, compression, false}, bytes[compression]));
+  const std::size_t fast = bytes[OmImageReaderWriter::Fast].size(), normal = bytes[OmImageReaderWriter::Default].size();
+  EXPECT_LT(fast, image.byteSize() * 105 / 100);
+  EXPECT_LT(normal, fast / 2);
+  EXPECT_LT(bytes[OmImageReaderWriter::Small].size(), normal * 97 / 100);
+}
+
+/// RGB pictures of every kind get a fourth channel of 255; the others stay.
+TEST(omImageFormatsTest, AddsAnOpaqueAlpha)
+{
+  for (const char* name : {"baseline.jpg", "cmyk.jpg", "rgb.jpg", "grey.jpg", "grey16.png", "palette.png", "rgb.png",
+                           "rgbInterlaced.png", "rgba16.png"})
+  {
+    SCOPED_TRACE(name);
+    OmImage plain, opaque;
+    ASSERT_TRUE(OmImageReaderWriter::read(plain, fixture(name)));
+    ASSERT_TRUE(OmImageReaderWriter::read(opaque, fixture(name), OmImageReaderWriter::OpaqueAlpha));
+    ASSERT_EQ(opaque.channels(), plain.channels() == 3 ? 4U : plain.channels());
+    if (plain.channels() == 3)
+    {
+      for (std::size_t i = 3; i < opaque.byteSize(); i += 4)
+        ASSERT_EQ(opaque.data()[i], 255);
+      opaque = shortened(opaque);
+    }
+    EXPECT_EQ(differences(opaque, plain), 0U);
+  }
+}
+
+TEST(omImageFormatsTest, ReadsEveryKindOfPpmAndPam)
+{
+  struct Case
+  {
+    OmString bytes;
+    OmU32 channels;
+    std::vector<OmU8> pixels; // of an image one pixel high
+  };
+  const Case cases[] = {
+      {"P5 2 1 255\nab", 1, {'a', 'b'}},
+      {"P5\n# a comment\n2 # another\n1\n255\n\nx", 1, {'\n', 'x'}}, // one byte ends the header
+      {"P6\r\n1\t1 255\n   ", 3, {' ', ' ', ' '}},
+      {"P5 3 1 1 \0\1\2"s, 1, {0, 255, 255}},
+      {"P5 2 1 100\n\x32\x64", 1, {128, 255}},
+      {"P5 3 1 65535\n\x80\x80\0\x7f\xff\xff"s, 1, {128, 0, 255}},
+      {"P5 1 1 1000\n\1\xf4", 1, {128}},
+      {"P7\nWIDTH 1\nHEIGHT 1\n# x\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\nENDHDR\nab", 2, {'a', 'b'}},
+      {"P7\nMAXVAL 255\nDEPTH 4\nHEIGHT 1\nWIDTH 1\nENDHDR\nabcd", 4, {'a', 'b', 'c', 'd'}},
+      {"P7\nWIDTH 2\nHEIGHT 1\nDEPTH 1\nMAXVAL 1\nTUPLTYPE BLACKANDWHITE\nENDHDR\n\1\0"s, 1, {255, 0}},
+  };
+  for (const Case& c : cases)
+  {
+    SCOPED_TRACE(c.bytes);
+    std::vector<OmU8> bytes(c.bytes.begin(), c.bytes.end());
+    OmImage image;
+    ASSERT_TRUE(OmImageReaderWriter::decode(image, bytes, "picture", 0));
+    EXPECT_EQ(image.channels(), c.channels);
+    EXPECT_EQ(std::vector<OmU8>(image.data(), image.data() + image.byteSize()), c.pixels);
+
+    const PrintCapture capture;
+    while (bytes.size() > 2)
+    {
+      bytes.pop_back();
+      OmU32 width = 0, height = 0, channels = 0;
+      ASSERT_FALSE(OmImageReaderWriter::decode(image, bytes, "cut", 0));
+      ASSERT_FALSE(OmImageReaderWriter::decodeHeader(bytes, "cut", width, height, channels));
+    }
+    EXPECT_EQ(capture.messages().size(), 2 * (c.bytes.size() - 2));
+    EXPECT_EQ(image.byteSize(), c.pixels.size());
+  }
+}

@@ -1,0 +1,173 @@
+#!/usr/bin/env bash
+# omrenderFilterTest.sh OMRENDER OMDEMO REFERENCE: filters pictures as a user does, on the display in DISPLAY.
+# shellcheck source=tests/support/programTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../support/programTest.sh"
+reference=$(realpath "$3")
+cd "$work" || exit 1
+
+# filters FILTER OPTIONS PICTURE...: the pictures, as one batch, come out as the reference computes them.
+filters() {
+  local filter=$1 options=$2 picture out
+  shift 2
+  rm -rf filtered
+  # shellcheck disable=SC2086
+  "$omrender" filter --shader "$filter" --out-dir filtered $options "$@" >stdout 2>stderr && [[ ! -s stderr ]] ||
+    wrong "$filter $options: $(cat stderr)"
+  for picture in "$@"; do
+    out=$(basename "$picture")
+    "$reference" "$filter" "$picture" "filtered/${out%.*}.png" table.png >stdout 2>&1 ||
+      wrong "$filter $options $picture: $(cat stdout)"
+  done
+}
+
+"$omdemo" chart chart.png || wrong "chart"
+"$reference" noise 3 25 5 table.png || wrong "table"
+sizes=("3 1 1" "3 2 3" "3 37 23" "4 5 3" "3 64 32" "3 1601 1203" "1 3 2" "2 7 5" "4 129 65")
+for size in "${sizes[@]}"; do
+  read -r -a shape <<<"$size"
+  "$reference" noise "${shape[@]}" "${size// /-}.png" || wrong "noise $size"
+done
+
+# Multiplies beyond what a byte holds, and back: with floats between the passes nothing is lost.
+echo '// passes: 2
+uniform sampler2D image; uniform int pass;
+void main()
+{ vec4 c = texture2D(image, gl_TexCoord[0].st); gl_FragColor = pass == 0 ? 8.0 * c - 3.0 : (c + 3.0) / 8.0; }' >excess.frag
+# Turns the picture upside down: four passes give it back.
+echo 'uniform sampler2D image; uniform vec2 imageSize; uniform vec2 texelSize;
+void main() { gl_FragColor = texture2D(image, abs(imageSize * texelSize - gl_TexCoord[0].st)); }' >turn.frag
+
+for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
+  export MESA_EXTENSION_OVERRIDE=$lacking
+  filters identity "" [1-4]-*.png chart.png "$fixtures/rgb.jpg"
+  some=(chart.png "$fixtures/rgb.jpg" 3-37-23.png 4-5-3.png)
+  filters grayscale "" "${some[@]}"
+  filters invert "" "${some[@]}"
+  filters gamma "--set gamma=1.8" "${some[@]}"
+  filters brightness-contrast "--set contrast=1.5 --set brightness=0.1" "${some[@]}"
+  filters edges "--set strength=0.75" "${some[@]}"
+  filters blur "--set radius=3.5" "${some[@]}"
+  filters blur "--set radius=3.5 --float" "${some[@]}"
+  filters sharpen "--set amount=1.5" "${some[@]}"
+  filters median "" "${some[@]}"
+  filters lut "--texture lut=table.png" "${some[@]}"
+  "$omrender" filter --shader excess.frag --float 3-37-23.png --out excess.png || wrong "excess"
+  "$omdemo" compare 3-37-23.png excess.png >stdout || wrong "excess: $(cat stdout)"
+  "$omrender" filter --shader turn.frag --passes 4 chart.png --out out.png || wrong "turn"
+  "$omdemo" compare chart.png out.png >stdout || wrong "turned twice: $(cat stdout)"
+  "$omrender" filter --shader identity --size 3x5 3-1-1.png --out large.png && [[ $("$omdemo" size large.png) == "3 5" ]] &&
+    "$omdemo" compare large.png 3-1-1.png 0,0,1,1 >stdout && "$omdemo" compare large.png 3-1-1.png 2,4,1,1 >stdout ||
+    wrong "--size: $(cat stdout)"
+done
+unset MESA_EXTENSION_OVERRIDE
+
+# $OM_SHADER_PATH goes before the program's own shaders.
+mkdir shaders
+cp excess.frag shaders/invert.frag
+OM_SHADER_PATH=nowhere:shaders "$omrender" filter --shader invert --float chart.png --out out.png &&
+  "$omdemo" compare chart.png out.png >stdout || wrong "OM_SHADER_PATH: $(cat stdout)"
+
+# A shader reads as many pictures as the card has units, one of them the picture itself.
+units=$("$omrender" info --json | grep -oP '"textureUnits": \K[0-9]+') || wrong "no textureUnits"
+others=$((units - 1))
+{ seq -f 'uniform sampler2D t%g;' $others
+  echo 'uniform sampler2D image; void main() { vec4 sum = texture2D(image, gl_TexCoord[0].st);'
+  seq -f 'sum += texture2D(t%g, gl_TexCoord[0].st);' $others
+  echo "gl_FragColor = sum / $units.0; }"; } >mean.frag
+mapfile -t mean < <(seq -f '--texture=t%g=chart.png' $others)
+"$omrender" filter --shader mean.frag "${mean[@]}" chart.png --out out.png && "$omdemo" compare chart.png out.png >stdout ||
+  wrong "all units: $(cat stdout)"
+refuses 1 "$others pictures" filter --shader mean.frag "${mean[@]}" --texture more=chart.png chart.png --out out.png
+
+# However a sampler is declared, it asks for a picture, unless the program makes no use of it.
+main='void main() { vec2 p = gl_TexCoord[0].st; gl_FragColor = texture2D(image, p)'
+samples() { printf '%b' "$1\n$main $2; }\n" >samplers.frag; }
+while IFS='|' read -r declaration used; do
+  samples "$declaration" "${used:-+ texture2D(other, p)}"
+  refuses 1 '--texture other' filter --shader samplers.frag chart.png --out out.png
+done <<'END'
+uniform sampler2D image, other;
+#version 130\nuniform lowp sampler2D image; uniform /* the */ lowp sampler2D\nother;
+#define PICTURE uniform sampler2D\nPICTURE image; PICTURE other;
+uniform sampler2D image; uniform sampler2D other[2];|+ texture2D(other[1], p)
+END
+samples 'uniform sampler2D image, other[2];' '* 0.0 + mix(texture2D(other[0], p), texture2D(other[1], p), p.x)'
+refuses 1 '--texture other[1]=' filter --shader samplers.frag --texture 'other[0]=chart.png' chart.png --out out.png
+"$omrender" filter --shader samplers.frag --texture 'other[0]=chart.png' --texture 'other[1]=chart.png' table.png \
+  --size 641x479 --out out.png && "$omdemo" compare chart.png out.png >stdout || wrong "an array: $(cat stdout)"
+samples 'uniform sampler2D image, unused; // uniform sampler2D other;' ''
+"$omrender" filter --shader samplers.frag chart.png --out out.png || wrong "a sampler without use"
+samples 'uniform sampler2D image; uniform samplerCube sky;' '+ textureCube(sky, vec3(p, 1.0))'
+refuses 1 '"sky" of "samplers.frag" is no sampler2D' filter --shader samplers.frag chart.png --out out.png
+
+# The coordinates of a shader of the core profile come from a vertex shader; without one, a run warns once.
+printf '#version 330 core\nin vec2 uv; out vec4 c; uniform sampler2D image; void main() { c = texture(image, uv); }' >core.frag
+printf 'varying vec2 uv; void main() { uv = gl_MultiTexCoord0.st; gl_Position = ftransform(); }' >uv.vert
+"$omrender" filter --shader core --vertex uv chart.png --out out.png 2>stderr && [[ ! -s stderr ]] &&
+  "$omdemo" compare chart.png out.png >stdout || wrong "core: $(cat stdout stderr)"
+"$omrender" filter --shader core chart.png table.png --out-dir core 2>stderr || wrong "core: $(cat stderr)"
+grep -c '^omrender: warning: "core.frag" reads "uv"' stderr | grep -qx 1 || wrong "core: $(cat stderr)"
+printf '#extension GL_none : enable\nvoid main() { gl_FragColor = vec4(1.0); }' >warned.frag
+for run in first second; do # which finds the program in Mesa's cache
+  "$omrender" filter --shader warned chart.png --out out.png 2>stderr || wrong "warned: $(cat stderr)"
+  [[ $(cat stderr) == 'omrender: warning: "warned.frag": 0:1'*GL_none* ]] || wrong "no warning in the $run run: $(cat stderr)"
+done
+
+# A batch goes on after a file that fails; the bar is for terminals alone.
+head -c 2000 chart.png >short.png
+"$omrender" filter --shader invert --out-dir batch/ 4-5-3.png short.png chart.png 3-37-23.png 2>stderr && wrong "batch: status 0"
+[[ $(wc -l <stderr) == 1 && $(cat stderr) == "omrender: "*short.png* && $(ls batch) == $'3-37-23.png\n4-5-3.png\nchart.png' ]] ||
+  wrong "batch: $(cat stderr; ls batch)"
+for picture in 4-5-3.png chart.png 3-37-23.png; do
+  "$reference" invert "$picture" "batch/$picture" table.png >stdout || wrong "batch: $(cat stdout)"
+done
+script -qec "'$omrender' filter --shader invert --out-dir batch 4-5-3.png chart.png" /dev/null </dev/null >stdout || wrong "bar"
+grep -q '2/2' stdout || wrong "no progress bar: $(cat stdout)"
+
+printf 'uniform float f;\nvoid main()\n{\n  gl_FragColor = vec4(f) + nothing;\n}\n' >bad.frag
+printf 'uniform float f;\nvoid other();\nvoid main() { other(); gl_FragColor = vec4(f); }\n' >unlinked.frag
+mkdir -p twice
+cp chart.png twice/chart.jpg
+touch file
+o=(--out out.png)
+refuses 1 'bad.frag": 0:4' filter --shader bad.frag short.png "${o[@]}"
+refuses 1 "unlinked.frag" filter --shader unlinked.frag short.png "${o[@]}"
+mkdir folder.frag
+ln -s /proc/self/mem memory.frag # opens and cannot be read
+refuses 1 'cannot read "folder.frag": Is a directory' filter --shader folder chart.png "${o[@]}"
+refuses 1 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
+refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
+refuses 1 '"radios"' filter --shader blur --set radios=3 short.png "${o[@]}"
+refuses 1 '"radius"' filter --shader blur --set radius=1,2 short.png "${o[@]}"
+refuses 1 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
+refuses 1 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
+refuses 1 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
+refuses 1 "short.png" filter --shader lut --texture lut=short.png chart.png "${o[@]}"
+refuses 1 "nowhere" filter --shader blur short.png --out nowhere/out.png
+refuses 1 "file" filter --shader blur chart.png --out-dir file
+refuses 1 "regular file" filter --shader blur chart.png --out /dev/full
+refuses 1 "both be written" filter --shader blur --out-dir out chart.png twice/chart.jpg
+refuses 1 'over "chart.png"' filter --shader blur --out-dir . chart.png
+echo 'void main() { gl_Position = ftransform(); }' >own.vert
+for file in excess.frag own.vert table.png chart.png; do
+  for symbolic in -s ""; do
+    ln -f $symbolic "$file" link.png
+    refuses 1 "over \"$file\"" filter --shader excess --vertex own --texture t=table.png chart.png --out link.png
+  done
+done
+mkdir links
+ln -s links/chart.png turned.png
+cp chart.png links # what the first picture makes is the second picture
+refuses 1 'over "turned.png"' filter --shader invert --out-dir links twice/chart.jpg turned.png
+refuses 1 "--size 99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[@]}"
+(trap '' XFSZ; ulimit -f 1; refuses 1 "File too large" filter --shader blur chart.png "${o[@]}"; exit "$failures") || failures=1
+MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" filter --shader blur --float chart.png "${o[@]}"
+MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" filter --shader blur chart.png "${o[@]}"
+refuses 2 "--out" filter --shader blur chart.png table.png "${o[@]}"
+for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,2,3,4" "--set radius=3x" "--passes 0" "--size 0x3" \
+  "--texture lut" "--unknown"; do
+  # shellcheck disable=SC2086
+  refuses 2 "${option%% *}" filter --shader blur chart.png "${o[@]}" $option
+done
+
+[[ $failures == 0 ]]
