@@ -1,9 +1,9 @@
-// Applies a 3-D colour table, a warm tint with more contrast, to a picture: on the processor and by a shader on the
-// card.
+// Gives a picture a warm tint and more contrast by a 3-D colour table: once on the processor, and once on the card by a
+// shader.
 //
 //   colorTable PICTURE PROCESSOR.png CARD.png
 //
-// Prints by how many steps of 255 the two results differ at most.
+// Prints the largest difference between the two results, in steps of 255.
 
 #include "image/omImage.h"
 #include "image/omImageReaderWriter.h"
@@ -21,9 +21,9 @@
 using Color = OmRenderShader::vecT3<float>;
 
 constexpr int Size = 32;                        // texels along each axis: red, green, blue
-constexpr float Scale = float(Size - 1) / Size; // black and white are the first and the last texel, at 31 / 32
+constexpr float Scale = float(Size - 1) / Size; // black is the first texel, at 0, white the last one, at 31 / 32
 
-// The texels of a GL texture lie half a texel further in.
+// In a GL texture, the centre of each texel lies half a texel further in.
 constexpr char Apply[] = R"(
 uniform sampler2D picture; // on texture unit 0, the default
 uniform sampler3D table;
@@ -47,10 +47,13 @@ OmImage applyOnProcessor(const OmImage& image, std::vector<Color>& table)
   OmRenderShader::Texture3 texture({Size, Size, Size}, 3, &table[0].x);
   texture.interpolate = 1;
   std::vector<Color> colors(std::size_t{image.width()} * image.height());
-  float* const numbers = reinterpret_cast<float*>(colors.data()); // three a pixel
+  float* const numbers = reinterpret_cast<float*>(colors.data()); // three for each pixel
   for (std::size_t i = 0; i < colors.size(); ++i)
-    for (std::size_t c = 0; c < 3; ++c) // grey stands for all three
-      numbers[3 * i + c] = Scale / 255.0f * image.data()[i * image.channels() + (image.channels() < 3 ? 0 : c)];
+    for (std::size_t c = 0; c < 3; ++c) // a grey picture gives all three the same value
+    {
+      const OmU8 value = image.data()[i * image.channels() + (image.channels() < 3 ? 0 : c)];
+      numbers[3 * i + c] = Scale / 255.0f * static_cast<float>(value);
+    }
   texture.tex3D(colors.data(), colors.data(), colors.size());
   OmImage result(3, image.width(), image.height());
   for (std::size_t i = 0; i < result.byteSize(); ++i)

@@ -1,8 +1,8 @@
-// Shows a picture in a Qt application: in a layout beside other widgets, and in a window of its own.
+// Shows a picture in a Qt application twice: in a layout beside other widgets, and in a second window.
 //
 //   qtApplication PICTURE [SECONDS]
 //
-// PICTURE is a PNG or JPEG file; the program ends when its windows are closed, or after the seconds that are given.
+// PICTURE is a PNG or JPEG file. The program ends when its windows are closed, or after SECONDS.
 
 #include "render/omWindowImplQt.h" // before X11's macros
 
@@ -20,7 +20,7 @@
 #include <cstdlib>
 #include <iostream>
 
-/// Has the window show itself in that widget, which it deletes only where it owns it.
+/// Makes the window draw into the widget. The window deletes the widget only if it owns it.
 void setWidget(OmWindow& window, OmQGLWidget* widget, bool owns)
 {
   const auto impl = boost::make_shared<OmWindow::Impl::Qt>();
@@ -40,7 +40,7 @@ int main(int argc, char** argv)
   if (!OmImageReaderWriter::read(image, argv[1]))
     return 1;
 
-  // A widget keeps a pointer to its window: the form, which owns the view, is destroyed before the view's window.
+  // A widget keeps a pointer to its window, so the form, which owns the view, has to be destroyed before that window.
   OmSimpleWindow first;
   QWidget form;
   auto* const view = new OmQGLWidget(&first, &form, nullptr, Qt::WindowFlags());
@@ -57,7 +57,7 @@ int main(int argc, char** argv)
   if (!first.setImageBuffer(image, true))
     return 1;
 
-  // A widget without a parent can be the window's own.
+  // A window can own a widget without a parent.
   OmSimpleWindow second;
   auto* const widget = new OmQGLWidget(&second);
   setWidget(second, widget, true);

@@ -1,4 +1,4 @@
-// Draws a triangle off screen and writes it to a PNG file. No window appears.
+// Draws a triangle off screen and writes it to a PNG file. No window appears on the screen.
 //
 //   renderOffScreen OUTPUT.png
 
@@ -14,8 +14,8 @@ public:
   OmBoolean renderScene(OmBoolean swap) override
   {
     clear();                  // makes the context current and binds the framebuffer object
-    setGLOrtho();             // 0 to 1 in both directions, origin at the bottom left
-    glDisable(GL_TEXTURE_2D); // left on by the off-screen texture
+    setGLOrtho();             // coordinates from 0 to 1 in both directions, origin at the bottom left
+    glDisable(GL_TEXTURE_2D); // the off-screen texture has left it on
     glShadeModel(GL_SMOOTH);
     glBegin(GL_TRIANGLES);
     glColor3f(1.0f, 0.0f, 0.0f);

@@ -1,8 +1,8 @@
-// Shows a picture through a shader, which fades it in by a uniform.
+// Shows a picture through a shader with a uniform, which fades the picture in.
 //
 //   shaderUniforms PICTURE [SECONDS]
 //
-// PICTURE is a PNG or JPEG file; it takes 3 seconds, or as many as are given.
+// PICTURE is a PNG or JPEG file. Fading in takes 3 seconds, or SECONDS.
 
 #include "foundation/common/omUtils.h"
 #include "image/omImage.h"

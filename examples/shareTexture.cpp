@@ -2,7 +2,7 @@
 //
 //   shareTexture PICTURE [SECONDS]
 //
-// PICTURE is a PNG or JPEG file; the windows stay for 5 seconds, or as many as are given.
+// PICTURE is a PNG or JPEG file. The windows stay for 5 seconds, or for SECONDS.
 
 #include "foundation/common/omUtils.h"
 #include "image/omImage.h"
@@ -27,7 +27,7 @@ int main(int argc, char** argv)
   if (!OmImageReaderWriter::read(image, argv[1]))
     return 1;
 
-  // A texture needs a window: the first one opens before the upload.
+  // A texture needs a window, so the first window opens before the upload.
   OmSimpleWindow first;
   first.setName("First");
   first.setWindowSizeAndPos(image.width(), image.height(), 50, 50);
@@ -37,7 +37,7 @@ int main(int argc, char** argv)
   if (!texture->loadFromImage(image, OmTextureParameters()) || !first.setImageBuffer(texture, true))
     return 1;
 
-  // The second one names its partner before it opens, and shows the same texture.
+  // The second window names its partner before it opens. Then it can show the same texture.
   OmSimpleWindow second;
   second.setName("Second");
   second.setWindowPos(100, 100, true);

@@ -2,7 +2,7 @@
 //
 //   showImage PICTURE [SECONDS]
 //
-// PICTURE is a PNG or JPEG file; the window stays for 5 seconds, or as many as are given.
+// PICTURE is a PNG or JPEG file. The window stays for 5 seconds, or for SECONDS.
 
 #include "image/omImage.h"
 #include "image/omImageReaderWriter.h"
@@ -21,7 +21,7 @@ int main(int argc, char** argv)
   const OmString file = argv[1];
   const double seconds = argc > 2 ? std::atof(argv[2]) : 5.0;
 
-  // What goes wrong is printed to standard error by the library.
+  // The library prints the reason of a failure to standard error.
   OmImage image;
   if (!OmImageReaderWriter::read(image, file))
     return 1;

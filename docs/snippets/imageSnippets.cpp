@@ -1,4 +1,4 @@
-// The snippets of foundation/ and image/. What lies between two markers is in a header, word for word.
+// The snippets of foundation/ and image/. The lines between two markers stand in a header, word for word.
 
 #include "docs/snippets/snippet.h"
 #include "foundation/common/omColor.h"
@@ -7,9 +7,12 @@
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
 #include "image/omImageReaderWriter.h"
+#include "image/omImageStream.h"
 #include "image/omPixel.h"
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 
 namespace
@@ -56,14 +59,14 @@ void print()
   // [omPrint.h
   Om::Print::instance().setSink([&lines](int type, const std::string& text)
                                 { lines += OmINT2STRING(type, 10) + ": " + text; });
-  Om::Print::instance().write(4, "%s: no such picture\n", name.c_str());
+  Om::Print::instance().write(Om::Print::Error, "%s: no such picture\n", name.c_str());
   OmImage image;
-  OmImageReaderWriter::read(image, "missing.png"); // says why it fails, with type 4
+  OmImageReaderWriter::read(image, "missing.png"); // says why it fails, as an Error
   Om::Print::instance().setSink({});               // back to standard error
   // omPrint.h]
   CHECK(lines == "4: photo.jpg: no such picture\n"
                  "4: OmImageReaderWriter: cannot read \"missing.png\": No such file or directory\n");
-  Om::Print::instance().write(4, "This line belongs on standard error.\n");
+  Om::Print::instance().write(Om::Print::Error, "This line belongs on standard error.\n");
   CHECK(lines.find("belongs") == OmString::npos);
 }
 
@@ -75,7 +78,7 @@ void image()
   image.data()[pixel * image.channels()] = 255; // (10, 20) is red
   image.copyFromOrToFlipped(false);             // a texture is filled from the flipped copy now
   // omImage.h]
-  const OmU8* const flipped = image.flippedData() + (459u * 640 + 10) * 3;
+  const OmU8* const flipped = image.flippedData() + (std::size_t{459} * 640 + 10) * 3;
   CHECK(image.isFlipped() && flipped[0] == 255 && flipped[1] == 0 && flipped[2] == 0);
   CHECK(std::count(image.data(), image.data() + image.byteSize(), OmU8(0)) == 640 * 480 * 3 - 1);
 }
@@ -90,6 +93,27 @@ int readAndWrite()
   OmImage written;
   CHECK(OmImageReaderWriter::read(written, "photo.png") && isSame(written, image));
   return 0;
+}
+
+void stream()
+{
+  OmImageReaderWriter::WriteSettings settings;
+  settings.format = OmImageReaderWriter::PPM;
+  CHECK(OmImageReaderWriter::write(OmImage(3, 4, 2), "frame.ppm", settings));
+  CHECK(std::system("cat frame.ppm frame.ppm > frames") == 0);
+  int count = 0;
+  std::FILE* const file = std::fopen("frames", "rb");
+  // [omImageStream.h
+  OmImageStream stream(file); // or stdin, for example from ffmpeg -f image2pipe
+  std::vector<OmU8> bytes;
+  OmImageReaderWriter::Format format;
+  OmString reason;
+  OmImage image;
+  while (stream.next(bytes, format, reason) == OmImageStream::Picture)
+    count += OmImageReaderWriter::decode(image, bytes, "a picture of the stream", 0);
+  // omImageStream.h]
+  CHECK(count == 2 && isSame(image, OmImage(3, 4, 2)));
+  std::fclose(file);
 }
 
 void pixel()
@@ -113,6 +137,7 @@ int main(int argc, char** argv)
   application();
   print();
   image();
+  stream();
   pixel();
   CHECK(readAndWrite() == 1); // there is no photo.jpg yet
   std::filesystem::copy_file(photo, "photo.jpg");

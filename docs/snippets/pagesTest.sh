@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# pagesTest.sh PROGRAMS PICTURE: runs the programs of the pages, which are in the directory PROGRAMS, over a picture: the
-# capture is the picture, the negative is not, and the negative of the negative is the picture again.
+# pagesTest.sh PROGRAMS PICTURE: runs the pages' programs, which are in the directory PROGRAMS, with a picture. The
+# capture has to be the picture, the negative must not be, and the negative of the negative has to be the picture again.
 set -euo pipefail
 
 programs=$(realpath "$1")

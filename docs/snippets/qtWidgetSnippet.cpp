@@ -1,4 +1,4 @@
-// The snippet of the Qt widget. What lies between the markers is in its header, word for word.
+// The snippet of the Qt widget. The lines between the markers stand in its header, word for word.
 
 #include "render/omWindowImplQt.h" // before X11's macros
 

@@ -1,4 +1,4 @@
-// The snippet of the Qt back end. What lies between the markers is in its header, word for word.
+// The snippet of the Qt back end. The lines between the markers stand in its header, word for word.
 
 #include "render/omWindowImplQt.h" // before X11's macros
 
@@ -13,7 +13,7 @@ namespace
 
 const OmImage picture = makePicture(320, 240);
 
-/// Once the event loop runs: looks at the window, and ends the loop as its user would.
+/// When the event loop runs, looks at the window and ends the loop, as the user would.
 void lookAtWindow()
 {
   QTimer::singleShot(
@@ -44,6 +44,6 @@ int showInQt(int argc, char** argv, const OmImage& image)
 
 int main(int argc, char** argv)
 {
-  CHECK(showInQt(argc, argv, picture) == 42); // the loop ran until it was ended
+  CHECK(showInQt(argc, argv, picture) == 42); // the status that lookAtWindow() ended the loop with
   return 0;
 }

@@ -1,4 +1,4 @@
-// The snippet of the processor's kit. What lies between the markers is in its header, word for word.
+// The snippet of OmRenderShader. The lines between the markers stand in its header, word for word.
 
 #include "docs/snippets/snippet.h"
 #include "render/omRenderShader.h"

@@ -11,7 +11,7 @@
 
 #include <unistd.h>
 
-/// Ends the program with a line that names the claim when it is not true.
+/// If the claim is not true, prints a line that names it and ends the program.
 #define CHECK(claim)                                                                                                   \
   do                                                                                                                   \
     if (!(claim))                                                                                                      \
@@ -21,7 +21,7 @@
     }                                                                                                                  \
   while (false)
 
-/// A directory of its own to work in, which goes with the object.
+/// Makes a temporary directory and changes into it. The destructor removes the directory.
 class Workplace
 {
 public:
@@ -43,7 +43,7 @@ private:
   std::string m_directory;
 };
 
-/// A picture no two pixels of a row or a column of which are alike.
+/// A picture in which the pixels of a row, and those of a column, all differ.
 inline OmImage makePicture(OmU32 width, OmU32 height)
 {
   OmImage image(3, width, height);

@@ -1,11 +1,12 @@
-// The snippets of what works in a window's context: capabilities, entry points, textures, framebuffer objects and
-// shaders. What lies between two markers is in a header, word for word.
+// The snippets of the classes that need a window's context: capabilities, entry points, textures, framebuffer objects,
+// shaders and filters. The lines between two markers stand in a header, word for word.
 
 #include "docs/snippets/snippet.h"
 #include "image/omImage.h"
 #include "image/omImageReaderWriter.h"
 #include "render/omFrameBufferObject.h"
 #include "render/omGL.h"
+#include "render/omImageFilter.h"
 #include "render/omShader.h"
 #include "render/omSimpleWindow.h"
 #include "render/omTexture.h"
@@ -63,7 +64,7 @@ void entryPoints()
 
 void texture(OmSimpleWindow& window, const OmImage& image)
 {
-  CHECK(OmImageReaderWriter::write(image, "photo.jpg")); // told apart by content
+  CHECK(OmImageReaderWriter::write(image, "photo.jpg")); // a PNG file: the reader looks at the content, not the name
   window.clear();
   window.setGLOrtho();
   // [omTexture.h
@@ -108,7 +109,7 @@ bool frameBufferObject()
   const OmImage drawn = readPixels(512, 512);
   OmFrameBufferObject::unbind();
   CHECK(drawn.data()[0] == 255 && drawn.data()[512 * 512 * 3 - 3] == 255 && drawn.data()[1] == 0);
-  CHECK(window.data()[0] == 0); // which drawScene() has not drawn into
+  CHECK(window.data()[0] == 0); // drawScene() has not drawn into the window
   return true;
 }
 
@@ -138,6 +139,24 @@ bool shader(OmSimpleWindow& window, const OmImage& image)
   return true;
 }
 
+bool imageFilter(const OmImage& image)
+{
+  std::ofstream("blur.frag") << "// default: radius=1\n"
+                                "uniform sampler2D image;\n"
+                                "uniform float radius;\n"
+                                "void main() { gl_FragColor = texture2D(image, gl_TexCoord[0].st) / radius; }\n";
+  // [omImageFilter.h
+  OmImageFilter filter;
+  OmImage result;
+  if (!filter.loadShaderFromFile("blur.frag", OmShader::Fragment) || !filter.set("radius=3.5") ||
+      !filter.run(image, result))
+    return false; // the reason has been printed
+  // omImageFilter.h]
+  for (std::size_t i = 0; i < image.byteSize(); ++i)
+    CHECK(std::abs(7 * result.data()[i] - 2 * image.data()[i]) <= 4);
+  return true;
+}
+
 } // namespace
 
 int main()
@@ -155,5 +174,6 @@ int main()
   glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
   glViewport(0, 0, 61, 37);
   CHECK(shader(window, image));
+  CHECK(imageFilter(image));
   return 0;
 }

@@ -1,4 +1,4 @@
-// The snippets of docs/threadsAndContexts.md: what lies between two markers is there, word for word.
+// The snippets of docs/threadsAndContexts.md. The lines between two markers stand there, word for word.
 
 #include "docs/snippets/snippet.h"
 #include "image/omImageReaderWriter.h"
@@ -58,14 +58,14 @@ void close(const OmImage& image)
   OmSimpleWindow first;
   CHECK(first.init());
   OmTexture texture;
-  OmTexture forgotten;
+  OmTexture late;
   CHECK(texture.loadFromImage(image, OmTextureParameters()));
-  CHECK(forgotten.loadFromImage(image, OmTextureParameters()));
+  CHECK(late.loadFromImage(image, OmTextureParameters()));
   OmSimpleWindow second;
   CHECK(second.share(&first) && second.init());
   const GLuint name = texture.id();
-  const GLuint forgottenName = forgotten.id();
-  CHECK(glIsTexture(name) && glIsTexture(forgottenName));
+  const GLuint lateName = late.id();
+  CHECK(glIsTexture(name) && glIsTexture(lateName));
   // [threadsAndContexts.md
   first.closeWindow();  // afterwards no window is current
   second.makeCurrent(); // so that the group's GL objects can be used, and deleted
@@ -75,9 +75,37 @@ void close(const OmImage& image)
   OmSimpleWindow third;
   CHECK(third.share(&second) && third.init());
   third.closeWindow();
-  forgotten.release();
+  late.release();
   second.makeCurrent();
-  CHECK(glIsTexture(forgottenName)); // nobody made a window current before its release
+  CHECK(!glIsTexture(lateName)); // it has waited for a window of the group
+}
+
+GLuint deletedName = 0;
+
+void deleteTexture(GLuint name)
+{
+  deletedName = name;
+  glDeleteTextures(1, &name);
+}
+
+void keep()
+{
+  OmSimpleWindow window;
+  OmSimpleWindow other;
+  CHECK(other.init() && window.init());
+  // [omShareGroup.h
+  GLuint name = 0;
+  glGenTextures(1, &name);
+  const OmShareGroup home = OmShareGroup::current(); // the group of the window that is current now
+
+  other.makeCurrent();
+  const bool isShared = home.isCurrent(); // whether `name` means this texture in the other window, too
+  if (!isShared)
+    home.deleteLater(deleteTexture, name); // calls deleteTexture(name) once a window of the group is made current
+  // omShareGroup.h]
+  CHECK(!isShared && deletedName == 0);
+  window.makeCurrent();
+  CHECK(deletedName == name && home.isCurrent());
 }
 
 } // namespace
@@ -90,5 +118,6 @@ int main()
   readOnThreads({"a.png", "b.png"});
   handOver(image);
   close(image);
+  keep();
   return 0;
 }

@@ -1,4 +1,5 @@
-// The snippets of the windows and their X11 back end. What lies between two markers is in a header, word for word.
+// The snippets of the windows and their X11 back end. The lines between two markers stand in a header, word
+// for word.
 
 #include "docs/snippets/snippet.h"
 #include "image/omImage.h"
