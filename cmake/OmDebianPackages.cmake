@@ -86,6 +86,7 @@ debian_package(runtime libomrender${PROJECT_VERSION_MAJOR} libs
   "libomRender opens windows with a GL context, fills textures from images of any
 size, runs GLSL programs over them, off screen too, and reads the result back.")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/shlibs.in shlibs @ONLY)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS libegl1) # loaded when a window opens without a display
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${CMAKE_CURRENT_BINARY_DIR}/shlibs ${CMAKE_CURRENT_LIST_DIR}/debian/triggers)
 

@@ -21,3 +21,16 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FUL
   OUTPUT_VARIABLE prefix_from_pkgconfig)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/omRender.pc.in omRender.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/omRender.pc DESTINATION ${pkgconfig_directory} COMPONENT development)
+
+# The pages, with README at their head and the examples beside them as in the source tree, so that their links hold.
+if(OM_DEBIAN_PACKAGES)
+  set(documentation ${CMAKE_INSTALL_DATADIR}/doc/libomrender-dev)
+else()
+  set(documentation ${CMAKE_INSTALL_DOCDIR})
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  DESTINATION ${documentation} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
+  DESTINATION ${documentation} COMPONENT development
+  FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN examples/*.cpp PATTERN examples/CMakeLists.txt
+  PATTERN snippets EXCLUDE)

@@ -11,8 +11,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 
 add_library(omFlags INTERFACE)
 target_compile_options(omFlags INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
-  $<$<BOOL:${OM_WARNINGS_AS_ERRORS}>:-Werror>)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
 if(OM_SANITIZE)
   target_compile_options(omFlags INTERFACE -fsanitize=${OM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(omFlags INTERFACE -fsanitize=${OM_SANITIZE})
@@ -25,13 +24,19 @@ if(OM_SANITIZE)
   target_link_options(omProgramFlags INTERFACE -Wl,--export-dynamic-symbol=dlclose)
 endif()
 
-# om_library(NAME SOURCES ... HEADERS ... [PUBLIC ...] [PRIVATE ...]): a shared library with the project's soname, which
-# exports the interface that its headers mark and nothing that it was instantiated from. HEADERS are installed.
+# om_library(NAME [FOLDER folder] SOURCES ... [PUBLIC ...] [PRIVATE ...]): a shared library with the project's soname,
+# which exports the interface that its headers mark and nothing that it was instantiated from. The headers that lie
+# directly in FOLDER, or in this one, are public and are installed.
 function(om_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_path(APPEND CMAKE_CURRENT_SOURCE_DIR "${ARG_FOLDER}" OUTPUT_VARIABLE folder)
+  file(GLOB headers CONFIGURE_DEPENDS ${folder}/*.h ${folder}/*.def)
+  if(NOT OM_RENDER_QT)
+    list(FILTER headers EXCLUDE REGEX "Qt\\.h$")
+  endif()
   add_library(${name} SHARED ${ARG_SOURCES})
   add_library(omRender::${name} ALIAS ${name}) # as an installed package has it
-  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
   target_compile_features(${name} PUBLIC cxx_std_17)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:omFlags>)
   if(NOT OM_SANITIZE) # the sanitizer runtimes come with the program

@@ -7,13 +7,22 @@ repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; }
 
-# install_packages: installs the Debian packages of packages.txt that are missing. Where that is not possible it says
-# so and goes on: what needs one of them fails then, anything else works.
+# packages_of PART...: the names that packages.txt lists in these parts.
+packages_of() {
+  awk -v parts=" $* " '
+    { sub(/#.*/, "") }
+    /^\[/ { wanted = index(parts, " " substr($1, 2, length($1) - 2) " "); next }
+    wanted && NF { print $1 }' "$repository/scripts/packages.txt"
+}
+
+# install_packages PART...: installs the packages of these parts that the machine lacks. What cannot be installed is
+# reported, and the script goes on: only what needs that package fails.
 install_packages() {
-  local package missing=() sudo=()
-  while read -r package; do
-    [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
-  done < <(sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$repository/scripts/packages.txt")
+  local name installed missing=() known=() unknown=() sudo=()
+  installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n')
+  for name in $(packages_of "$@"); do
+    [[ $'\n'$installed$'\n' == *$'\n'"installed $name"$'\n'* ]] || missing+=("$name")
+  done
   ((${#missing[@]})) || return 0
 
   say "installing ${missing[*]}"
@@ -26,8 +35,16 @@ install_packages() {
   fi
   export DEBIAN_FRONTEND=noninteractive
   "${sudo[@]}" apt-get -qq update >&2 || say "apt-get update failed; trying with the package lists there are"
-  "${sudo[@]}" apt-get -qq install -y --no-install-recommends "${missing[@]}" >&2 ||
-    say "cannot install ${missing[*]}; install them by hand"
+  for name in "${missing[@]}"; do # one name that the release lacks would stop all the others
+    if apt-cache show "$name" >/dev/null 2>&1; then
+      known+=("$name")
+    else
+      unknown+=("$name")
+    fi
+  done
+  ((${#unknown[@]} == 0)) || say "this release has no package ${unknown[*]}; going on without"
+  ((${#known[@]} == 0)) || "${sudo[@]}" apt-get -qq install -y --no-install-recommends "${known[@]}" >&2 ||
+    say "cannot install ${known[*]}; install them by hand"
 }
 
 # build PRESET [TARGET...]: configures and builds, everything without targets.
