@@ -1,6 +1,8 @@
 #include "render/omWindow.h"
 
 #include "render/omVersion.h"
+#include "render/window/omDesktopWindow.h"
+#include "render/window/omWaitForInput.h"
 
 OmWindow::ImplType OmWindow::s_ImplType = OmWindow::ImplX11;
 OmWindow* OmWindow::m_pCurrentWindow = nullptr;
@@ -196,6 +198,42 @@ void OmWindow::getWindowSizeAndPos(OmU32& width, OmU32& height, OmU32& x, OmU32&
 {
   getWindowSize(width, height);
   getWindowPos(x, y);
+}
+
+OmBoolean OmWindow::pollEvents()
+{
+  const boost::shared_ptr<Impl> impl = m_pImpl; // drawing may close the window
+  if (impl && impl->m_desktop)
+    impl->m_desktop->poll();
+  return m_initialized && !isCloseRequested();
+}
+
+OmBoolean OmWindow::isCloseRequested() const
+{
+  return m_pImpl && m_pImpl->m_desktop && m_pImpl->m_desktop->isCloseRequested();
+}
+
+OmBoolean OmWindow::takeEvent(OmWindowEvent& event)
+{
+  return m_pImpl && m_pImpl->m_desktop && m_pImpl->m_desktop->take(event);
+}
+
+OmBoolean OmWindow::waitEvents(double seconds, int descriptor)
+{
+  if (m_pImpl && m_pImpl->m_desktop)
+    return m_pImpl->m_desktop->wait(seconds, descriptor);
+  return omWaitForInput(seconds, {descriptor});
+}
+
+OmBoolean OmWindow::setFillScreen(OmBoolean fill)
+{
+  return m_pImpl && m_pImpl->m_desktop && m_pImpl->m_desktop->setFillScreen(fill);
+}
+
+void OmWindow::setIcon(const OmImage& icon)
+{
+  if (m_pImpl && m_pImpl->m_desktop)
+    m_pImpl->m_desktop->setIcon(icon);
 }
 
 void OmWindow::setBackgroundColor(const OmColor& color)

@@ -8,8 +8,12 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
+#include <memory>
+
+class OmDesktopWindow;
 class OmImage;
 class OmImageBlock;
+struct OmWindowEvent;
 
 /// A window with a GL context.
 ///
@@ -133,6 +137,35 @@ public:
   void getWindowPos(OmU32& x, OmU32& y) const;
   /// Size and position, in pixels.
   void getWindowSizeAndPos(OmU32& width, OmU32& height, OmU32& x, OmU32& y) const;
+
+  /// Takes what the window system has reported for this window, and acts on it: the user's resize sets the window's
+  /// size (setWindowSize()) and the viewport, a move is stored, an exposed window is drawn again (renderScene()), and
+  /// the close button hides the window (setHideWindow()). Keys and the mouse are kept for takeEvent(). Waits for
+  /// nothing. Returns whether the window is still wanted: it is open, and nobody has asked to close it.
+  ///
+  /// With the first call the window begins to take keys and the mouse, and to answer desktops that ask whether the
+  /// program is alive (_NET_WM_PING). A window whose program never calls it is hidden by the close button all the same,
+  /// at the next swapBuffers(). With Qt the call also delivers the events of the application's other widgets. Windows
+  /// of EGL have no events.
+  OmBoolean pollEvents();
+  /// Whether the user has asked to close the window: true from pollEvents(), or the swap, that saw it until the window
+  /// is shown again (setHideWindow()) or closed.
+  OmBoolean isCloseRequested() const;
+  /// Takes the oldest event of keyboard or mouse that pollEvents() has kept. Returns false, with `event` unchanged, if
+  /// there is none. At most 1024 are kept, the newest ones.
+  OmBoolean takeEvent(OmWindowEvent& event);
+  /// Waits until the window system has something for pollEvents(), until the file descriptor can be read (-1: none), or
+  /// for that many seconds; negative seconds: without end. Returns false if the time is over. May return early. Uses no
+  /// processor time meanwhile.
+  OmBoolean waitEvents(double seconds, int descriptor = -1);
+
+  /// Fills the screen with the window, without decorations, or gives it back the size from before. Needs a window
+  /// manager that offers it (EWMH, _NET_WM_STATE_FULLSCREEN). Returns false if nothing offers it; nothing is printed.
+  /// The new size is reported as a resize by the user is.
+  OmBoolean setFillScreen(OmBoolean fill);
+  /// Sets the picture by which desktops show the window in lists and title bars: 1 to 4 channels, best square, and 32
+  /// to 256 pixels wide. Without pixels: none. Does nothing without a back end.
+  void setIcon(const OmImage& icon);
 
   /// Keeps a colour for the caller. Nothing in the library draws with it.
   void setBackgroundColor(const OmColor& color);
@@ -264,6 +297,7 @@ protected:
   mutable boost::shared_ptr<OmShareGroup::Names> m_groupNames;   ///< held by every open back end of the group
   mutable boost::shared_ptr<OmShareGroup::Names> m_contextNames; ///< held by this back end alone
   OmBoolean m_hasPixels;                                         ///< false: only framebuffer objects take drawing
+  std::unique_ptr<OmDesktopWindow> m_desktop;                    ///< null: a back end without windows on a screen
 };
 
 #endif

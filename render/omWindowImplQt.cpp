@@ -5,6 +5,7 @@
 #include "render/window/omBackEnds.h"
 #include "render/window/omCurrentEGL.h"
 #include "render/window/omGLNames.h"
+#include "render/window/omQtDesktopWindow.h"
 #include "render/window/omSwapInterval.h"
 
 #include <QApplication>
@@ -105,6 +106,7 @@ OmWindow::Impl::Qt::Qt()
     : m_ownsWidget(true), m_largestWidth(std::numeric_limits<OmU32>::max()),
       m_largestHeight(std::numeric_limits<OmU32>::max())
 {
+  m_desktop = std::make_unique<OmQtDesktopWindow>();
   setDefaultFormat(nullptr);
 }
 
@@ -290,6 +292,7 @@ OmBoolean OmWindow::Impl::Qt::openWindow()
     m_pWidget->setWindowFlags(::Qt::WindowStaysOnTopHint);
   m_pWidget->setVisible(!m_pWindow->getHideWindow());
   m_pWidget->makeCurrent();
+  desktop().open(m_pWindow, m_pWidget);
   resizeGL(); // Qt makes a new context current on another window first, whose size the viewport then has
   omSwapWithoutWaiting();
   if (Om::Print::instance().printLevel() <= Om::Print::Trace)
@@ -391,6 +394,7 @@ void OmWindow::Impl::Qt::reportFormat() const
 
 void OmWindow::Impl::Qt::closeWindow()
 {
+  desktop().close();
   deleteLastNames();
   if (m_ownsWidget)
     delete m_pWidget;
@@ -398,6 +402,11 @@ void OmWindow::Impl::Qt::closeWindow()
   m_ownsWidget = true;
   dropNames();
   m_pWindow = nullptr;
+}
+
+OmQtDesktopWindow& OmWindow::Impl::Qt::desktop() const
+{
+  return static_cast<OmQtDesktopWindow&>(*m_desktop);
 }
 
 boost::shared_ptr<OmWindow::Impl::Qt> OmWindow::Impl::Qt::sharePartner() const

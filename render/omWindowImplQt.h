@@ -20,6 +20,8 @@
 
 #include "render/omWindow.h"
 
+class OmQtDesktopWindow;
+
 /// The Qt widget that shows an OmWindow.
 ///
 /// \code
@@ -144,6 +146,7 @@ private:
   OM_INTERNAL void placeHidden() const;
   OM_INTERNAL void joinShareGroup();
   OM_INTERNAL void reportFormat() const;
+  OM_INTERNAL OmQtDesktopWindow& desktop() const;
   OM_INTERNAL boost::shared_ptr<Qt> sharePartner() const;
 
   OmU32 m_largestWidth;  ///< the largest width that the context draws, in pixels

@@ -6,6 +6,7 @@
 #include "render/window/omCurrentEGL.h"
 #include "render/window/omSwapInterval.h"
 #include "render/window/omX11Connections.h"
+#include "render/window/omX11DesktopWindow.h"
 #include "render/window/omX11Errors.h"
 #include "render/window/omX11Server.h"
 
@@ -87,6 +88,7 @@ OmWindow::Impl::X11::X11()
     : m_pDisplay(nullptr), m_pVisualInfo(nullptr), m_context(nullptr), m_xWindow(0), m_colormap(0),
       m_largestWidth(LargestCoordinate), m_largestHeight(LargestCoordinate)
 {
+  m_desktop = std::make_unique<OmX11DesktopWindow>();
 }
 
 OmWindow::Impl::X11::~X11()
@@ -239,6 +241,7 @@ OmBoolean OmWindow::Impl::X11::openWindow()
     return false;
   const OmString name = m_pWindow->getName();
   setName(name);
+  desktop().open(m_pWindow, m_pDisplay, m_xWindow);
   return true;
 }
 
@@ -419,6 +422,7 @@ void OmWindow::Impl::X11::unmapWindow()
 
 void OmWindow::Impl::X11::closeWindow()
 {
+  desktop().close();
   deleteLastNames();
   const bool wasOpening = m_context; // if there was none, free the visual too; else the next opening does
   if (m_xWindow && (!m_pWindow || !m_pWindow->getHideWindow()))
@@ -468,6 +472,11 @@ void OmWindow::Impl::X11::handleConfigure()
   XEvent event;
   if (XCheckTypedWindowEvent(m_pDisplay, m_xWindow, ConfigureNotify, &event))
     XFlush(m_pDisplay);
+}
+
+OmX11DesktopWindow& OmWindow::Impl::X11::desktop() const
+{
+  return static_cast<OmX11DesktopWindow&>(*m_desktop);
 }
 
 boost::shared_ptr<OmWindow::Impl::X11> OmWindow::Impl::X11::sharePartner() const

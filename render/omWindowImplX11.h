@@ -6,6 +6,7 @@
 #include <GL/glx.h>
 #include <X11/Xlib.h>
 
+class OmX11DesktopWindow;
 class OmX11Errors;
 
 /// The back end that opens a window directly on an X server, with a GLX context.
@@ -85,6 +86,7 @@ private:
   OM_INTERNAL void destroyWindow();
   OM_INTERNAL void freeVisual();
   OM_INTERNAL void handleConfigure();
+  OM_INTERNAL OmX11DesktopWindow& desktop() const;
   OM_INTERNAL boost::shared_ptr<X11> sharePartner() const;
 
   Colormap m_colormap;

@@ -4,6 +4,7 @@
 #include "render/omWindowImplEGL.h"
 #include "render/omWindowImplX11.h"
 #include "render/window/omBackEnds.h"
+#include "render/window/omDesktopWindow.h"
 #include "render/window/omGLNames.h"
 
 #include <boost/make_shared.hpp>
