@@ -107,6 +107,7 @@ void OmWindow::Impl::X11::setName(const OmString& name)
   if (!m_xWindow)
     return;
   XStoreName(m_pDisplay, m_xWindow, name.c_str());
+  desktop().setTitle(name);
   XFlush(m_pDisplay);
 }
 
@@ -151,7 +152,6 @@ void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
 {
   if (!m_xWindow)
     return;
-  desktop().willMove();
   XMoveWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y));
   handleConfigure();
 }
@@ -160,10 +160,7 @@ void OmWindow::Impl::X11::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x
 {
   resize(width, height,
          [=](unsigned int w, unsigned int h)
-         {
-           desktop().willMove();
-           XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h);
-         });
+         { XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h); });
 }
 
 void OmWindow::Impl::X11::setTopMost(OmBoolean topMost)
@@ -386,7 +383,7 @@ bool OmWindow::Impl::X11::createWindow(const OmX11Errors& errors)
   hints.x = nativePosition(x);
   hints.y = nativePosition(y);
   XSetWMNormalHints(m_pDisplay, m_xWindow, &hints);
-  desktop().open(m_pWindow, m_pDisplay, m_xWindow, size.width, size.height);
+  desktop().open(m_pWindow, {m_pDisplay, root, m_xWindow}, size.width, size.height);
   return true;
 }
 
