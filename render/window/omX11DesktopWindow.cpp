@@ -21,17 +21,19 @@ struct Position
 };
 
 /// Where a window, or the window manager's frame about it, stands on the screen, in pixels: the position to ask for so
-/// that it stays there. Empty if the frame vanishes meanwhile.
+/// that it stays there. That is the frame's outer corner (ICCCM), but inside the frame's own border, which the twm
+/// family alone has. Empty if the frame vanishes meanwhile.
 std::optional<Position> framePosition(Display* display, Window window)
 {
   const OmX11Errors errors(display);
   Window root = None;
+  Window frame = window;
   for (Window above = window; above != root;)
   {
-    window = above;
+    frame = above;
     Window* children = nullptr;
     unsigned int count = 0;
-    if (!XQueryTree(display, window, &root, &above, &children, &count))
+    if (!XQueryTree(display, frame, &root, &above, &children, &count))
       return {};
     if (children)
       XFree(children);
@@ -41,8 +43,13 @@ std::optional<Position> framePosition(Display* display, Window window)
   unsigned int height = 0;
   unsigned int border = 0;
   unsigned int depth = 0;
-  if (!XGetGeometry(display, window, &root, &position.x, &position.y, &width, &height, &border, &depth))
+  if (!XGetGeometry(display, frame, &root, &position.x, &position.y, &width, &height, &border, &depth))
     return {};
+  if (frame != window)
+  {
+    position.x += static_cast<int>(border);
+    position.y += static_cast<int>(border);
+  }
   return position;
 }
 

@@ -29,12 +29,14 @@ public:
 
   /// Tells desktops the title in UTF-8.
   void setTitle(const OmString& title) const { m_properties.setTitle(title); }
+  /// Draws a frame about the window or none. Returns false if the server does not know the property.
+  bool setDecorated(bool decorated) const { return m_properties.setDecorated(decorated); }
   /// Whether poll() is just passing on that the window has this size: it is not to be asked for then.
   bool isReporting(OmU32 width, OmU32 height) const;
   /// The program is about to ask for a size in pixels; what was reported before it is out of date.
   void willResize(unsigned int width, unsigned int height);
-  /// The program shows the window.
-  void shown() { setCloseRequested(false); }
+  /// The program hides or shows the window, which takes back the user's wish.
+  void setHidden(bool hidden) { setCloseRequested(hidden && isCloseRequested()); }
 
 private:
   void takeInput();

@@ -31,6 +31,19 @@ constexpr const char* AtomNames[] = {"WM_PROTOCOLS",
 
 constexpr std::size_t LargestIcon = 256; // in pixels; a larger property is a burden for all who read it
 
+/// The property by which programs tell Motif and most later window managers about decorations. Xlib takes properties of
+/// format 32 as an array of long.
+struct MotifHints
+{
+  unsigned long flags;
+  unsigned long functions;
+  unsigned long decorations;
+  long inputMode;
+  unsigned long status;
+};
+
+constexpr unsigned long MotifDecorationsValid = 2;
+
 /// How many bytes follow the first one of a character in UTF-8; -1 if no character begins so.
 int bytesThatFollow(unsigned char first)
 {
@@ -196,6 +209,18 @@ void OmX11Properties::setIcon(const std::vector<unsigned long>& pixels) const
   else
     write(Icon, XA_CARDINAL, pixels);
   XFlush(m_native.display);
+}
+
+bool OmX11Properties::setDecorated(bool decorated) const
+{
+  const Atom motif = XInternAtom(m_native.display, "_MOTIF_WM_HINTS", True);
+  if (motif == None)
+    return false;
+  const MotifHints hints = {MotifDecorationsValid, 0, decorated ? 1ul : 0ul, 0, 0};
+  XChangeProperty(m_native.display, m_native.window, motif, motif, 32, PropModeReplace,
+                  reinterpret_cast<const unsigned char*>(&hints), sizeof hints / sizeof(long));
+  XFlush(m_native.display);
+  return true;
 }
 
 /// Xlib takes and gives properties of format 32 as an array of long.

@@ -36,6 +36,9 @@ public:
   void setTitle(const OmString& title) const;
   /// Sets or removes the icon (_NET_WM_ICON): what pixels() gives.
   void setIcon(const std::vector<unsigned long>& pixels) const;
+  /// Asks window managers to decorate the window or not, by Motif's property. Returns false if nobody has made that
+  /// property known to the server.
+  bool setDecorated(bool decorated) const;
   /// OmWindow::setFillScreen(), for a window that is hidden or not.
   bool setFillScreen(bool fill, bool hidden) const;
 
