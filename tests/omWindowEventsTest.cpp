@@ -204,6 +204,7 @@ TEST_F(omWindowEventsTest, TheUsersSizeAndPlaceAreTakenOver)
 
   XMoveWindow(m_display, window.id(), 120, 140);
   XSync(m_display, False);
+  window.setHideWindow(false); // which takes a report from the queue
   EXPECT_TRUE(polled(window, [&] { return geometry(window).compare(0, 9, "160x120+1") == 0; })) << geometry(window);
   const XWindowAttributes before = attributes(frame(window.id()));
   OmU32 x = 0;
@@ -264,19 +265,23 @@ TEST_F(omWindowEventsTest, TheCloseButtonHidesTheWindow)
   }
 }
 
-TEST_F(omWindowEventsTest, DrawingMayCloseTheWindowWhilePolling)
+TEST_F(omWindowEventsTest, TheProgramMayCloseTheWindowWhilePolling)
 {
   struct ClosingWindow : X11Window
   {
     OmBoolean renderScene(OmBoolean) override { return closeWindow(), false; }
+    void setHideWindow(OmBoolean) override { closeWindow(); }
   };
-  ClosingWindow window;
-  ASSERT_TRUE(window.init());
-  OM_REAL(XResizeWindow)(m_display, window.id(), 30, 40);
-  XClearArea(m_display, window.id(), 0, 0, 0, 0, True);
-  XSync(m_display, False);
-  EXPECT_TRUE(polled(window, [&] { return !window.getImpl(); }));
-  EXPECT_FALSE(window.pollEvents());
+  for (const bool whenHidden : {false, true})
+  {
+    ClosingWindow window;
+    ASSERT_TRUE(window.init());
+    OM_REAL(XResizeWindow)(m_display, window.id(), 30, 40);
+    XClearArea(m_display, window.id(), 0, 0, 0, 0, True);
+    sendProtocol(window.id(), whenHidden ? "WM_DELETE_WINDOW" : "none");
+    EXPECT_TRUE(polled(window, [&] { return !window.getImpl(); }));
+    EXPECT_FALSE(window.pollEvents());
+  }
 }
 
 TEST_F(omWindowEventsTest, PingsAreAnsweredOnceTheProgramPolls)
@@ -368,11 +373,12 @@ TEST_F(omWindowEventsTest, WaitingEndsWhenThereIsSomethingToDo)
   EXPECT_EQ(write(ends[1], "", 1), 1);
   EXPECT_TRUE(window.waitEvents(-1.0, ends[0]));
 
-  sendProtocol(window.id(), "WM_DELETE_WINDOW");
+  XClearArea(m_display, window.id(), 0, 0, 0, 0, True);
+  XSync(m_display, False);
   EXPECT_TRUE(window.waitEvents(-1.0)) << "from the server";
   EXPECT_TRUE(window.waitEvents(-1.0)) << "still there";
   window.swapBuffers();
-  EXPECT_TRUE(window.waitEvents(-1.0)) << "the swap has taken it, and poll has not seen it";
+  EXPECT_TRUE(window.waitEvents(5.0)) << "the swap has taken it, and poll has not seen it";
   EXPECT_TRUE(drain());
 }
 
