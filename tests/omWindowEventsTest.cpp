@@ -145,9 +145,11 @@ TEST_F(omWindowEventsTest, KeysAndTheMouseArriveAsTheUserUsesThem)
       {"mousemove 31 51 mousemove 32 52 mousemove 33 53 click 2", "move 13,23; down 2 at 13,23; up 2 at 13,23"},
       {"mousemove 700 500", "exit"},
   };
-  for (const auto& [command, expected] : Steps)
+  for (const auto& step : Steps)
   {
-    if (command == std::string("key eacute")) // which comes while the window is open
+    const std::string command = step[0];
+    const std::string expected = step[1];
+    if (command == "key eacute") // which comes while the window is open
     {
       int first = 0;
       int last = 0;
@@ -156,14 +158,14 @@ TEST_F(omWindowEventsTest, KeysAndTheMouseArriveAsTheUserUsesThem)
       XChangeKeyboardMapping(m_display, last - 1, 1, added, 2);
       XSync(m_display, False);
     }
-    ASSERT_EQ(std::system((std::string("xdotool ") + command).c_str()), 0);
+    ASSERT_EQ(std::system(("xdotool " + command).c_str()), 0);
     std::string seen;
     EXPECT_TRUE(polled(window,
                        [&]
                        {
                          const std::string more = takeAll(window);
                          seen += (seen.empty() || more.empty() ? "" : "; ") + more;
-                         return seen.size() >= std::string(expected).size();
+                         return seen.size() >= expected.size();
                        }));
     EXPECT_EQ(seen, expected) << command;
   }
@@ -333,10 +335,12 @@ TEST_F(omWindowEventsTest, DesktopsLearnWhoseWindowItIs)
                                        {"\xe2\x82", "\xc3\xa2\xc2\x82"},                         // cut short
                                        {"\xf4\x90\x80\x80", "\xc3\xb4\xc2\x90\xc2\x80\xc2\x80"}, // too large
                                        {"", ""}};
-  for (const auto& [title, utf8] : Titles)
+  for (const auto& names : Titles)
   {
+    const std::string title = names[0];
+    const std::string utf8 = names[1] ? names[1] : title;
     window.setName(title);
-    EXPECT_TRUE(eventually([&] { return property(window.id(), "_NET_WM_NAME") == (utf8 ? utf8 : title); })) << title;
+    EXPECT_TRUE(eventually([&] { return property(window.id(), "_NET_WM_NAME") == utf8; })) << title;
     EXPECT_EQ(property(window.id(), "WM_NAME"), title);
   }
   EXPECT_EQ(property(window.id(), "_NET_WM_ICON"), "");
@@ -457,7 +461,7 @@ TEST_F(omWindowEventsTest, MemoryDoesNotGrowWithTheEvents)
       if (i % 10 < 7)
         XSendEvent(m_display, id, False, NoEventMask, &event);
       else if (i % 10 < 9)
-        XMoveResizeWindow(m_display, id, i % 50, 60, 60 + i % 9, 60);
+        XMoveResizeWindow(m_display, id, i % 50, 60, 60 + static_cast<unsigned int>(i) % 9, 60);
       else
         XClearArea(m_display, id, 0, 0, 0, 0, True);
       if (i % 500 == 0)

@@ -9,6 +9,7 @@
 bool omWaitForInput(double seconds, const std::vector<int>& descriptors)
 {
   std::vector<pollfd> files;
+  files.reserve(descriptors.size());
   for (const int descriptor : descriptors)
     files.push_back({descriptor, POLLIN, 0});
   constexpr double Longest = std::numeric_limits<int>::max(); // for what is no number, too
