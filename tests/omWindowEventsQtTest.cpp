@@ -218,6 +218,8 @@ TEST_F(omWindowEventsQtTest, ClosingHidesAndAsks)
       {"closed by the program", [](UsersWindow& w) { w.widget().close(); }, true, "hide "},
       {"hidden by the program", [](UsersWindow& w) { w.widget().hide(); }, false, ""},
       {"shown again", [](UsersWindow& w) { w.widget().close(), w.widget().show(); }, false, ""},
+      {"shown again and hidden", [](UsersWindow& w) { w.widget().close(), w.widget().show(), w.widget().hide(); },
+       false, ""},
       {"deleted", [](UsersWindow& w) { delete &w.widget(); }, true, ""},
       {"closing deletes it", [](UsersWindow& w) { w.widget().setAttribute(Qt::WA_DeleteOnClose), w.widget().close(); },
        true, "hide "},
@@ -331,6 +333,7 @@ TEST_F(omWindowEventsQtTest, WaitingEndsWithTheTimeOrAnEvent)
     EXPECT_EQ(read(pipes[0], &byte, 1), 1);
   }
   window.widget().close();
+  settle();
   EXPECT_TRUE(window.waitEvents(-1.0)) << "there is a close to act on";
   EXPECT_FALSE(window.pollEvents());
   close(pipes[0]);
