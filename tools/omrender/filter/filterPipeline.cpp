@@ -116,6 +116,12 @@ void FilterPipeline::reload(const std::vector<OmString>& changed)
   makeFilter({}, std::move(kept));
 }
 
+std::vector<OmImageFilter::Setting> FilterPipeline::settings()
+{
+  const Turn turn(m_window);
+  return m_filter->settings();
+}
+
 void FilterPipeline::set(const OmImageFilter::Setting& setting)
 {
   if (setting.integers.empty())

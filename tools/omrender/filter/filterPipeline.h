@@ -55,6 +55,8 @@ public:
   void reload(const std::vector<OmString>& changed);
   /// The settings of the shader with the values that they have when nobody sets them.
   const std::vector<OmImageFilter::Setting>& defaults() const { return m_defaults; }
+  /// The settings of the shader with the values that they have now.
+  std::vector<OmImageFilter::Setting> settings();
   /// Sets a uniform that is among the defaults.
   void set(const OmImageFilter::Setting& setting);
 
