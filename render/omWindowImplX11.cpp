@@ -132,6 +132,7 @@ void OmWindow::Impl::X11::resize(OmU32 width, OmU32 height, Request request)
   if (!isSizeDrawn("setWindowSize", width, height))
     size = {std::min(size.width, m_largestWidth), std::min(size.height, m_largestHeight)};
   const OmX11Errors errors(m_pDisplay);
+  desktop().willResize(size.width, size.height);
   request(size.width, size.height);
   handleConfigure();
   if (errors.caught())
@@ -142,13 +143,15 @@ void OmWindow::Impl::X11::resize(OmU32 width, OmU32 height, Request request)
 
 void OmWindow::Impl::X11::setWindowSize(OmU32 width, OmU32 height)
 {
-  resize(width, height, [this](unsigned int w, unsigned int h) { XResizeWindow(m_pDisplay, m_xWindow, w, h); });
+  if (!desktop().isReporting(width, height))
+    resize(width, height, [this](unsigned int w, unsigned int h) { XResizeWindow(m_pDisplay, m_xWindow, w, h); });
 }
 
 void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
 {
   if (!m_xWindow)
     return;
+  desktop().willMove();
   XMoveWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y));
   handleConfigure();
 }
@@ -157,7 +160,10 @@ void OmWindow::Impl::X11::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x
 {
   resize(width, height,
          [=](unsigned int w, unsigned int h)
-         { XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h); });
+         {
+           desktop().willMove();
+           XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h);
+         });
 }
 
 void OmWindow::Impl::X11::setTopMost(OmBoolean topMost)
@@ -178,7 +184,10 @@ void OmWindow::Impl::X11::setHideWindow(OmBoolean hide)
   if (hide)
     XUnmapWindow(m_pDisplay, m_xWindow);
   else
+  {
     XMapWindow(m_pDisplay, m_xWindow);
+    desktop().shown();
+  }
   handleConfigure();
 }
 
@@ -219,8 +228,10 @@ void OmWindow::Impl::X11::makeCurrent() const
 
 void OmWindow::Impl::X11::swapBuffers() const
 {
-  if (m_xWindow)
-    glXSwapBuffers(m_pDisplay, m_xWindow);
+  if (!m_xWindow)
+    return;
+  glXSwapBuffers(m_pDisplay, m_xWindow);
+  desktop().collect();
 }
 
 OmBoolean OmWindow::Impl::X11::openWindow()
@@ -241,7 +252,6 @@ OmBoolean OmWindow::Impl::X11::openWindow()
     return false;
   const OmString name = m_pWindow->getName();
   setName(name);
-  desktop().open(m_pWindow, m_pDisplay, m_xWindow);
   return true;
 }
 
@@ -376,6 +386,7 @@ bool OmWindow::Impl::X11::createWindow(const OmX11Errors& errors)
   hints.x = nativePosition(x);
   hints.y = nativePosition(y);
   XSetWMNormalHints(m_pDisplay, m_xWindow, &hints);
+  desktop().open(m_pWindow, m_pDisplay, m_xWindow, size.width, size.height);
   return true;
 }
 
@@ -471,7 +482,10 @@ void OmWindow::Impl::X11::handleConfigure()
 {
   XEvent event;
   if (XCheckTypedWindowEvent(m_pDisplay, m_xWindow, ConfigureNotify, &event))
+  {
+    desktop().keep(event);
     XFlush(m_pDisplay);
+  }
 }
 
 OmX11DesktopWindow& OmWindow::Impl::X11::desktop() const

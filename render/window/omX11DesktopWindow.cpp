@@ -1,12 +1,71 @@
 #include "render/window/omX11DesktopWindow.h"
 
+#include "render/omGL.h"
 #include "render/window/omWaitForInput.h"
+#include "render/window/omX11Errors.h"
+#include "render/window/omX11Input.h"
 
-void OmX11DesktopWindow::open(OmWindow* window, Display* display, Window xWindow)
+#include <X11/XKBlib.h>
+
+#include <optional>
+
+#include <poll.h>
+
+namespace
+{
+
+struct Position
+{
+  int x;
+  int y;
+};
+
+/// Where a window, or the window manager's frame about it, stands on the screen, in pixels: the position to ask for so
+/// that it stays there. Empty if the frame vanishes meanwhile.
+std::optional<Position> framePosition(Display* display, Window window)
+{
+  const OmX11Errors errors(display);
+  Window root = None;
+  for (Window above = window; above != root;)
+  {
+    window = above;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    if (!XQueryTree(display, window, &root, &above, &children, &count))
+      return {};
+    if (children)
+      XFree(children);
+  }
+  Position position = {};
+  unsigned int width = 0;
+  unsigned int height = 0;
+  unsigned int border = 0;
+  unsigned int depth = 0;
+  if (!XGetGeometry(display, window, &root, &position.x, &position.y, &width, &height, &border, &depth))
+    return {};
+  return position;
+}
+
+/// Whether the server has closed the connection.
+bool isLost(Display* display)
+{
+  pollfd connection = {ConnectionNumber(display), POLLIN, 0};
+  return ::poll(&connection, 1, 0) > 0 && (connection.revents & (POLLHUP | POLLERR | POLLNVAL));
+}
+
+} // namespace
+
+void OmX11DesktopWindow::open(OmWindow* window, Display* display, Window xWindow, unsigned int width,
+                              unsigned int height)
 {
   m_window = window;
   m_display = display;
   m_xWindow = xWindow;
+  m_width = width;
+  m_height = height;
+  m_resized = m_moved = 0;
+  m_hasInput = m_hasNews = m_newSize = m_newPosition = m_exposed = m_closePressed = m_reporting = false;
+  m_properties.open(display, xWindow);
 }
 
 void OmX11DesktopWindow::close()
@@ -15,13 +74,155 @@ void OmX11DesktopWindow::close()
   clear();
 }
 
-void OmX11DesktopWindow::poll() {}
+void OmX11DesktopWindow::poll()
+{
+  if (!m_window)
+    return;
+  if (!m_hasInput)
+    takeInput();
+  m_hasNews = false;
+  takeQueued(XPending(m_display));
+  // Each step may run the program's own code, which may close the window.
+  hideIfClosed();
+  if (m_window && m_newSize)
+    reportSize();
+  if (m_window && m_newPosition)
+    reportPosition();
+  if (m_window && m_exposed)
+  {
+    m_exposed = false;
+    m_window->renderScene(true);
+  }
+}
+
+/// Asks for what a program that polls gets beyond the rest.
+void OmX11DesktopWindow::takeInput()
+{
+  m_hasInput = true;
+  XWindowAttributes attributes = {};
+  XGetWindowAttributes(m_display, m_xWindow, &attributes);
+  XSelectInput(m_display, m_xWindow, attributes.your_event_mask | OmX11InputMask);
+  XkbSetDetectableAutoRepeat(m_display, True, nullptr);
+  m_properties.announcePing();
+}
+
+void OmX11DesktopWindow::collect()
+{
+  if (!m_window)
+    return;
+  takeQueued(XEventsQueued(m_display, QueuedAfterReading));
+  hideIfClosed();
+}
+
+void OmX11DesktopWindow::takeQueued(int events)
+{
+  for (; events > 0; --events)
+  {
+    XEvent event;
+    XNextEvent(m_display, &event); // which does not wait for an event that is queued
+    keep(event);
+  }
+}
+
+void OmX11DesktopWindow::keep(XEvent& event)
+{
+  if (event.type == MappingNotify)
+    XRefreshKeyboardMapping(&event.xmapping);
+  if (!m_window || event.xany.window != m_xWindow)
+    return;
+  if (event.type == ConfigureNotify)
+  {
+    const XConfigureEvent& now = event.xconfigure;
+    m_newPosition = m_newPosition || now.serial >= m_moved;
+    if (now.serial >= m_resized)
+    {
+      const auto width = static_cast<unsigned int>(now.width);
+      const auto height = static_cast<unsigned int>(now.height);
+      m_newSize = m_newSize || width != m_width || height != m_height;
+      m_width = width;
+      m_height = height;
+    }
+  }
+  else if (event.type == Expose)
+    m_exposed = true;
+  else if (m_properties.isCloseRequest(event))
+    m_closePressed = true;
+  else if (const std::optional<OmWindowEvent> input = omInputEvent(event))
+    add(*input);
+  else
+  {
+    m_properties.answerPing(event);
+    return;
+  }
+  m_hasNews = true;
+}
+
+void OmX11DesktopWindow::hideIfClosed()
+{
+  if (!m_closePressed)
+    return;
+  m_closePressed = false;
+  setCloseRequested(true);
+  m_window->setHideWindow(true); // the last step: the program's own one may let go of this object
+}
+
+void OmX11DesktopWindow::reportSize()
+{
+  m_newSize = false;
+  const unsigned int width = m_width;
+  const unsigned int height = m_height;
+  m_reporting = true;
+  m_window->makeCurrent();
+  glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
+  if (m_window->setWindowSize(width, height))
+    m_exposed = false; // it has been drawn
+  m_reporting = false;
+}
+
+void OmX11DesktopWindow::reportPosition()
+{
+  m_newPosition = false;
+  if (const std::optional<Position> position = framePosition(m_display, m_xWindow))
+    m_window->setWindowPos(static_cast<OmU32>(position->x), static_cast<OmU32>(position->y), false);
+}
+
+bool OmX11DesktopWindow::isReporting(OmU32 width, OmU32 height) const
+{
+  return m_reporting && width == m_width && height == m_height;
+}
+
+void OmX11DesktopWindow::willResize(unsigned int width, unsigned int height)
+{
+  if (!m_window)
+    return;
+  m_width = width;
+  m_height = height;
+  m_newSize = false;
+  m_resized = NextRequest(m_display);
+}
+
+void OmX11DesktopWindow::willMove()
+{
+  if (!m_window)
+    return;
+  m_newPosition = false;
+  m_moved = NextRequest(m_display);
+}
 
 bool OmX11DesktopWindow::wait(double seconds, int descriptor)
 {
-  if (m_window && XPending(m_display) > 0)
+  if (!m_window)
+    return omWaitForInput(seconds, {descriptor});
+  if (m_hasNews || XPending(m_display) > 0)
     return true;
-  return omWaitForInput(seconds, {m_window ? ConnectionNumber(m_display) : -1, descriptor});
+  // Xlib ends a program whose server is gone. One that has asked it not to is told once, and goes on without.
+  const bool lost = isLost(m_display);
+  if (lost && !isCloseRequested())
+  {
+    setCloseRequested(true);
+    return true;
+  }
+  return omWaitForInput(seconds, {lost ? -1 : ConnectionNumber(m_display), descriptor});
 }
 
 bool OmX11DesktopWindow::setFillScreen(bool)

@@ -3,10 +3,12 @@
 
 #include "render/omWindow.h"
 #include "render/window/omDesktopWindow.h"
+#include "render/window/omX11Properties.h"
 
 #include <X11/Xlib.h>
 
-/// The desktop's side of an X11 window.
+/// The desktop's side of an X11 window. Events are taken from the connection whenever the window swaps or polls, and
+/// kept in little memory until poll() acts on them: the last size, whether something was exposed, the newest input.
 class OmX11DesktopWindow : public OmDesktopWindow
 {
 public:
@@ -15,15 +17,47 @@ public:
   bool setFillScreen(bool fill) override;
   void setIcon(const OmImage& icon) override;
 
-  /// Takes over a native window that was just opened for `window`.
-  void open(OmWindow* window, Display* display, Window xWindow);
+  /// Takes over a native window that was just made for `window`, with a size in pixels, before it is mapped.
+  void open(OmWindow* window, Display* display, Window xWindow, unsigned int width, unsigned int height);
   /// Lets go of the native window, which is about to be destroyed.
   void close();
 
+  /// Takes what the connection has received. If the user has pressed the close button, hides the window. Does not wait.
+  void collect();
+  /// Keeps what one event says.
+  void keep(XEvent& event);
+
+  /// Whether poll() is just passing on that the window has this size: it is not to be asked for then.
+  bool isReporting(OmU32 width, OmU32 height) const;
+  /// The program is about to ask for a size in pixels; what was reported before it is out of date.
+  void willResize(unsigned int width, unsigned int height);
+  /// The program is about to ask for a position.
+  void willMove();
+  /// The program shows the window.
+  void shown() { setCloseRequested(false); }
+
 private:
+  void takeInput();
+  void takeQueued(int events);
+  void hideIfClosed();
+  void reportSize();
+  void reportPosition();
+
   OmWindow* m_window = nullptr; ///< null while no native window is open
   Display* m_display = nullptr;
   Window m_xWindow = 0;
+  OmX11Properties m_properties;
+  unsigned int m_width = 0; ///< of the native window, as asked for or reported last
+  unsigned int m_height = 0;
+  unsigned long m_resized = 0; ///< the last request for a size: events from before it tell old sizes
+  unsigned long m_moved = 0;   ///< the same for a position
+  bool m_hasInput = false;     ///< keys and the mouse are asked for
+  bool m_hasNews = false;      ///< something was kept since poll() began
+  bool m_newSize = false;
+  bool m_newPosition = false;
+  bool m_exposed = false;
+  bool m_closePressed = false;
+  bool m_reporting = false;
 };
 
 #endif
