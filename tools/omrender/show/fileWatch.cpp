@@ -179,10 +179,8 @@ bool FileWatch::takeEvents()
     {
       const auto* const event = reinterpret_cast<const inotify_event*>(at);
       at += sizeof(inotify_event) + event->len;
-      if (event->mask & IN_Q_OVERFLOW)
-        isMoved = true;
-      else if (takeEvent(event->wd, event->mask, event->len > 0 ? event->name : ""))
-        isMoved = true;
+      const bool isOverflow = (event->mask & IN_Q_OVERFLOW) != 0; // some events are lost
+      isMoved |= isOverflow || takeEvent(event->wd, event->mask, event->len > 0 ? event->name : "");
     }
   return isMoved;
 }
