@@ -73,7 +73,7 @@ idles() {
 
 "$omdemo" chart chart.png || wrong "chart"
 cp "$fixtures/rgb.png" small.png
-convert -size 4000x3000 gradient:red-blue large.png
+convert -size 4000x3000 gradient:red-blue -depth 8 large.png
 head -c 2000 chart.png >short.png
 
 if [[ $("$omrender" show --backend "$backend" chart.png --seconds 0 2>&1) == *"without Qt"* ]]; then
