@@ -177,9 +177,9 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
                   "Write what the window shows as PNG; takes one FILE");
   addParsedOption(*command, "--block", "X,Y,W,H", options->block, readBlock, "X,Y,W,H with W and H of at least 1",
                   "Capture only this part of the window, X,Y from its top left corner; what overhangs is cut off");
-  command->footer("Keys: right, down, space: next picture; left, up, backspace: previous one; Home, End:\n"
-                  "first, last; +, -, wheel: zoom; drag: move; 1: pixel by pixel; 0: fit; f: full screen;\n"
-                  "i: the file's data; q, Escape: close.\n"
+  command->footer("Keys: right, down, space: next picture; left, up, backspace: previous one;\n"
+                  "Home, End: first, last; +, -, wheel: zoom; drag: move; 1: pixel by pixel;\n"
+                  "0: fit; f: full screen; i: the file's data; q, Escape: close.\n"
                   "\n"
                   "Examples:\n"
                   "  omrender show photo.jpg\n"
