@@ -116,6 +116,7 @@ public:
   template <typename Job>
   bool inContext(Job job);
   OmString run(const OmImage& image, OmImage& result);
+  std::vector<OmUniformSetting> currentSettings() const { return m_program->settings(); }
 
 private:
   OmString checkCard() const;
@@ -385,6 +386,19 @@ const std::vector<OmString>& OmImageFilter::pictureNames() const
 OmBoolean OmImageFilter::init()
 {
   return m_work->inContext([] { return OmString(); });
+}
+
+std::vector<OmImageFilter::Setting> OmImageFilter::settings()
+{
+  std::vector<Setting> settings;
+  m_work->inContext(
+      [&]
+      {
+        for (const OmUniformSetting& setting : m_work->currentSettings())
+          settings.push_back({setting.name, setting.floats, setting.integers});
+        return OmString();
+      });
+  return settings;
 }
 
 OmU32 OmImageFilter::largestSide()

@@ -53,6 +53,14 @@ class OmImage;
 class OM_EXPORT OmImageFilter
 {
 public:
+  /// A uniform of the shader and its value. One of the two lists is empty.
+  struct Setting
+  {
+    OmString name;             ///< of the uniform; an element of an array is "name[1]"
+    std::vector<float> floats; ///< up to three, for float, vec2 and vec3
+    std::vector<int> integers; ///< up to two, for int, ivec2, bool and bvec2
+  };
+
   /// A filter without a shader. Opens nothing and makes no GL call.
   OmImageFilter();
   OmImageFilter(const OmImageFilter&) = delete;
@@ -99,6 +107,10 @@ public:
   OmBoolean init();
   /// The samplers that the shader reads besides `image`. Empty before the first init() or run() that compiled it.
   const std::vector<OmString>& pictureNames() const;
+  /// The uniforms that set() takes values for, in the order of their names, with the values that they have now: what
+  /// was set, what the shader's comment lines say, what GLSL's initializers say, or 0. Without those that the filter
+  /// sets itself, and those that the shader makes no use of. Does what init() does, and is empty if that fails.
+  std::vector<Setting> settings();
   /// The largest side in pixels that an image or a result may have on this card; opens the hidden window if no window
   /// is current. 0, with an error message, if none opens.
   OmU32 largestSide();

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <sstream>
 
 namespace
 {
@@ -343,6 +344,53 @@ TEST(omImageFilterTest, FailuresLeaveTheResult)
   EXPECT_EQ(print.messages().size(), 6u);
   EXPECT_EQ(print.messages()[3].second, "OmImageFilter: cannot read \"nosuch.frag\": No such file or directory.\n");
   EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
+}
+
+TEST(omImageFilterTest, SettingsAreWhatTheShaderTakesWithTheirValues)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  const auto filter = filterOf(R"(#version 120
+uniform sampler2D image, table;
+uniform vec2 imageSize, texelSize, direction, tableSize, tableTexelSize, cells;
+uniform int pass, count;
+uniform bool on;
+uniform float unused, weights[3], initial = 1.5;
+uniform vec3 tint;
+uniform vec4 tooMany;
+uniform mat2 turn;
+void main()
+{
+  vec2 all = imageSize + texelSize + direction + tableSize + tableTexelSize + cells + turn * vec2(weights[2]);
+  gl_FragColor = texture2D(image, all) + texture2D(table, all) + vec4(tint * (on ? 1.0 : initial), pass + count)
+                 + tooMany + weights[0] + gl_DepthRange.near;
+})");
+  const auto texts = [&]
+  {
+    std::vector<OmString> found;
+    for (const OmImageFilter::Setting& setting : filter->settings())
+    {
+      std::ostringstream text;
+      text << setting.name << '=';
+      for (const float value : setting.floats)
+        text << value << ' ';
+      for (const int value : setting.integers)
+        text << 'i' << value << ' ';
+      found.push_back(text.str());
+    }
+    return found;
+  };
+  EXPECT_EQ(texts(), (std::vector<OmString>{"cells=0 0 ", "count=i0 ", "initial=1.5 ", "on=i0 ", "tint=0 0 0 ",
+                                            "weights[0]=0 ", "weights[1]=0 ", "weights[2]=0 "}));
+  for (const char* const text : {"cells=-1,2.5", "count=i-7", "on=i1", "tint=1,0.5,0.25", "weights[1]=3"})
+    EXPECT_TRUE(filter->set(text)) << text;
+  EXPECT_EQ(texts(), (std::vector<OmString>{"cells=-1 2.5 ", "count=i-7 ", "initial=1.5 ", "on=i1 ", "tint=1 0.5 0.25 ",
+                                            "weights[0]=0 ", "weights[1]=3 ", "weights[2]=0 "}));
+  const PrintCapture print(4);
+  ASSERT_TRUE(filter->loadShaderFromString("void main()\n{\n  x;\n}\n", OmShader::Fragment));
+  EXPECT_TRUE(filter->settings().empty());
+  ASSERT_EQ(print.messages().size(), 1u);
+  EXPECT_NE(print.messages()[0].second.find(":3("), OmString::npos) << print.messages()[0].second;
 }
 
 TEST(omImageFilterTest, TheCallersStateIsBackAndDoesNotMatter)

@@ -171,8 +171,10 @@ OmString OmFilterProgram::link()
 
 OmString OmFilterProgram::findPictures()
 {
-  for (const OmActiveSampler& sampler : OmProgramInterface::activeSamplers(m_program))
+  for (const OmActiveUniform& sampler : OmProgramInterface::activeUniforms(m_program))
   {
+    if (!sampler.isSampler())
+      continue;
     if (sampler.type != GL_SAMPLER_2D)
       return "the sampler " + quoted(sampler.name) + " of " + m_name +
              " is no sampler2D; make it one, as filters give pictures to no other kind";
@@ -223,6 +225,28 @@ OmString OmFilterProgram::assign(int place, const OmUniformSetting& setting) con
   return "the uniform " + quoted(setting.name) + " of " + m_name + " is not made of " +
          (integers ? std::to_string(integers) + " whole number" : std::to_string(floats) + " float") +
          (floats + integers == 1 ? "" : "s");
+}
+
+/// Whether the uniform is one that the filter sets for each pass or for a picture.
+bool OmFilterProgram::setsItself(const OmString& uniform) const
+{
+  return std::find(std::begin(OwnUniforms), std::end(OwnUniforms), uniform) != std::end(OwnUniforms) ||
+         std::any_of(m_pictures.begin(), m_pictures.end(),
+                     [&](const OmString& name) { return uniform == name + "Size" || uniform == name + "TexelSize"; });
+}
+
+std::vector<OmUniformSetting> OmFilterProgram::settings() const
+{
+  std::vector<OmUniformSetting> settings;
+  for (const OmActiveUniform& uniform : OmProgramInterface::activeUniforms(m_program))
+  {
+    OmUniformSetting setting = OmProgramInterface::value(m_program, uniform);
+    if (!setsItself(uniform.name) && setting.floats.size() + setting.integers.size() > 0)
+      settings.push_back(std::move(setting));
+  }
+  std::sort(settings.begin(), settings.end(),
+            [](const OmUniformSetting& a, const OmUniformSetting& b) { return a.name < b.name; });
+  return settings;
 }
 
 OmString OmFilterProgram::setPicture(const OmString& name, int unit, const float* size, const float* texelSize) const

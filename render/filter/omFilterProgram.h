@@ -27,6 +27,9 @@ public:
   /// As set(), but ignores a uniform that the program does not have or use.
   OmString setDefault(const OmUniformSetting& setting) const;
 
+  /// The uniforms that set() takes, in the order of their names, with the values they have now.
+  std::vector<OmUniformSetting> settings() const;
+
   /// The names of the samplers that the program reads besides `image`.
   const std::vector<OmString>& pictures() const { return m_pictures; }
   /// Sets the sampler `name` to a texture unit, and the uniforms of its picture: the size in pixels, the size of a
@@ -39,6 +42,7 @@ private:
   OmString compile(const OmFilterShader& shader, GLenum type);
   OmString link();
   OmString findPictures();
+  bool setsItself(const OmString& uniform) const;
   int location(const OmString& name) const;
   OmString assign(int location, const OmUniformSetting& setting) const;
 

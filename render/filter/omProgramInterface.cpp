@@ -22,18 +22,18 @@ Function entryPoint(const char* name)
                                         : glXGetProcAddressARB(reinterpret_cast<const GLubyte*>(name)));
 }
 
-bool isSampler(GLenum type)
+/// The types of uniforms that OmImageFilter::set() takes values for.
+struct SettableType
 {
-  constexpr GLenum Ranges[][2] = {
-      {GL_SAMPLER_1D, GL_SAMPLER_2D_RECT_SHADOW},
-      {GL_SAMPLER_1D_ARRAY, GL_SAMPLER_CUBE_SHADOW},
-      {GL_INT_SAMPLER_1D, GL_UNSIGNED_INT_SAMPLER_BUFFER},
-      {GL_SAMPLER_CUBE_MAP_ARRAY, GL_UNSIGNED_INT_SAMPLER_CUBE_MAP_ARRAY},
-      {GL_SAMPLER_2D_MULTISAMPLE, GL_UNSIGNED_INT_SAMPLER_2D_MULTISAMPLE_ARRAY},
-  };
-  return std::any_of(std::begin(Ranges), std::end(Ranges),
-                     [type](const GLenum(&range)[2]) { return range[0] <= type && type <= range[1]; });
-}
+  GLenum type;
+  std::size_t floats;
+  std::size_t integers;
+};
+
+constexpr SettableType SettableTypes[] = {
+    {GL_FLOAT, 1, 0}, {GL_FLOAT_VEC2_ARB, 2, 0}, {GL_FLOAT_VEC3_ARB, 3, 0}, {GL_INT, 0, 1},
+    {GL_BOOL, 0, 1},  {GL_INT_VEC2_ARB, 0, 2},   {GL_BOOL_VEC2_ARB, 0, 2},
+};
 
 /// "name[1]" for the name of an array, with which drivers may give the first element's "[0]".
 OmString elementName(const OmString& name, GLint element)
@@ -76,7 +76,20 @@ std::set<OmString> variables(const OmString& source, GLenum shaderType, GLenum i
 
 } // namespace
 
-std::vector<OmActiveSampler> OmProgramInterface::activeSamplers(GLhandleARB program)
+bool OmActiveUniform::isSampler() const
+{
+  constexpr GLenum Ranges[][2] = {
+      {GL_SAMPLER_1D, GL_SAMPLER_2D_RECT_SHADOW},
+      {GL_SAMPLER_1D_ARRAY, GL_SAMPLER_CUBE_SHADOW},
+      {GL_INT_SAMPLER_1D, GL_UNSIGNED_INT_SAMPLER_BUFFER},
+      {GL_SAMPLER_CUBE_MAP_ARRAY, GL_UNSIGNED_INT_SAMPLER_CUBE_MAP_ARRAY},
+      {GL_SAMPLER_2D_MULTISAMPLE, GL_UNSIGNED_INT_SAMPLER_2D_MULTISAMPLE_ARRAY},
+  };
+  return std::any_of(std::begin(Ranges), std::end(Ranges),
+                     [this](const GLenum(&range)[2]) { return range[0] <= type && type <= range[1]; });
+}
+
+std::vector<OmActiveUniform> OmProgramInterface::activeUniforms(GLhandleARB program)
 {
   const auto getActiveUniform = entryPoint<PFNGLGETACTIVEUNIFORMARBPROC>("glGetActiveUniformARB");
   GLint count = 0;
@@ -84,19 +97,36 @@ std::vector<OmActiveSampler> OmProgramInterface::activeSamplers(GLhandleARB prog
   glGetObjectParameterivARB(program, GL_OBJECT_ACTIVE_UNIFORMS_ARB, &count);
   glGetObjectParameterivARB(program, GL_OBJECT_ACTIVE_UNIFORM_MAX_LENGTH_ARB, &longest);
   std::vector<GLcharARB> name(static_cast<std::size_t>(longest) + 1);
-  std::vector<OmActiveSampler> samplers;
+  std::vector<OmActiveUniform> uniforms;
   for (GLint i = 0; i < count; ++i)
   {
     GLint size = 0;
     GLenum type = 0;
     getActiveUniform(program, static_cast<GLuint>(i), longest, nullptr, &size, &type, name.data());
-    if (!isSampler(type))
-      continue;
-    samplers.push_back({name.data(), type});
+    const OmString first = name.data();
+    uniforms.push_back({first, type});
     for (GLint element = 1; element < size; ++element)
-      samplers.push_back({elementName(name.data(), element), type});
+      uniforms.push_back({elementName(first, element), type});
   }
-  return samplers;
+  return uniforms;
+}
+
+OmUniformSetting OmProgramInterface::value(GLhandleARB program, const OmActiveUniform& uniform)
+{
+  OmUniformSetting setting = {uniform.name, {}, {}};
+  const auto found = std::find_if(std::begin(SettableTypes), std::end(SettableTypes),
+                                  [&](const SettableType& one) { return one.type == uniform.type; });
+  const int location =
+      glGetUniformLocationARB(program, uniform.name.c_str()); // -1 for GL's own, and in a uniform block
+  if (found == std::end(SettableTypes) || location == -1)
+    return setting;
+  setting.floats.resize(found->floats);
+  setting.integers.resize(found->integers);
+  if (found->floats != 0)
+    entryPoint<PFNGLGETUNIFORMFVARBPROC>("glGetUniformfvARB")(program, location, setting.floats.data());
+  else
+    entryPoint<PFNGLGETUNIFORMIVARBPROC>("glGetUniformivARB")(program, location, setting.integers.data());
+  return setting;
 }
 
 std::vector<OmString> OmProgramInterface::unwrittenInputs(const OmString& fragment, const OmString& vertex)

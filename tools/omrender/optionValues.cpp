@@ -32,15 +32,20 @@ bool readList(const OmString& text, Number* numbers, int count, char separator =
 
 } // namespace
 
-std::optional<double> readSeconds(const OmString& text)
+std::optional<double> readNumber(const OmString& text, double smallest, double largest)
 {
-  double seconds = 0.0;
+  double number = 0.0;
   const char* const end = text.data() + text.size();
-  const std::from_chars_result result = std::from_chars(text.data(), end, seconds);
-  const bool inRange = seconds >= 0.0 && seconds <= LongestSeconds; // false for NaN
+  const std::from_chars_result result = std::from_chars(text.data(), end, number);
+  const bool inRange = number >= smallest && number <= largest; // false for NaN
   if (result.ec != std::errc() || result.ptr != end || !inRange)
     return std::nullopt;
-  return seconds;
+  return number;
+}
+
+std::optional<double> readSeconds(const OmString& text)
+{
+  return readNumber(text, 0.0, LongestSeconds);
 }
 
 std::optional<OmString> readPngName(const OmString& text)

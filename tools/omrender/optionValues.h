@@ -10,6 +10,8 @@
 /// Readers for the values of options. Each takes the whole text, without spaces, and returns nothing when the text is
 /// not of its form.
 
+/// A number from `smallest` to `largest`, fractions included.
+std::optional<double> readNumber(const OmString& text, double smallest, double largest);
 /// A duration in seconds, 0 to 1000000, fractions included.
 std::optional<double> readSeconds(const OmString& text);
 /// "X,Y", each from 0 to `largest`.

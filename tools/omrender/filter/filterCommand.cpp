@@ -3,10 +3,9 @@
 #include "tools/omrender/failure.h"
 #include "tools/omrender/filter/batch.h"
 #include "tools/omrender/filter/fileBatch.h"
-#include "tools/omrender/filter/filterPipeline.h"
+#include "tools/omrender/filter/filterOptions.h"
 #include "tools/omrender/filter/shaderFile.h"
 #include "tools/omrender/filter/streamBatch.h"
-#include "tools/omrender/filter/uniformSetting.h"
 #include "tools/omrender/libraryLog.h"
 #include "tools/omrender/machine.h"
 #include "tools/omrender/optionValues.h"
@@ -14,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -118,11 +116,8 @@ void checkOptions(const FilterOptions& options)
 std::vector<OmString> inputs(const FilterOptions& options)
 {
   std::vector<OmString> files = options.readsStream() ? std::vector<OmString>{"/dev/stdin"} : options.files;
-  files.push_back(findShader(options.filter.shader, ".frag"));
-  if (!options.filter.vertex.empty())
-    files.push_back(findShader(options.filter.vertex, ".vert"));
-  for (const TextureSetting& texture : options.filter.textures)
-    files.push_back(texture.file);
+  const std::vector<OmString> more = filterFiles(options.filter);
+  files.insert(files.end(), more.begin(), more.end());
   return files;
 }
 
@@ -180,13 +175,6 @@ void makeDirectory(const OmString& directory)
   std::filesystem::create_directory(directory, error);
   if (error)
     throw Failure("cannot make the directory " + quoted(directory) + ": " + error.message());
-}
-
-/// Lets Mesa's software renderer draw with all processors that there are, unless the environment says otherwise: a
-/// filter may take longer than reading and writing. Mesa itself does not know the limits of containers.
-void setDrawingThreads()
-{
-  ::setenv("LP_NUM_THREADS", std::to_string(usableProcessors()).c_str(), 0);
 }
 
 /// Keeps the memory of a picture for the next one. By default glibc gives large blocks back to the system, which then
@@ -263,15 +251,6 @@ auto wordReader(const std::map<OmString, Value>& words)
   };
 }
 
-/// "name=FILE"
-std::optional<TextureSetting> readTextureSetting(const OmString& text)
-{
-  const std::size_t sign = text.find('=');
-  if (sign == OmString::npos || sign == 0 || sign + 1 == text.size())
-    return std::nullopt;
-  return TextureSetting{text.substr(0, sign), text.substr(sign + 1)};
-}
-
 } // namespace
 
 void addFilterCommand(CLI::App& program, LibraryLog& log)
@@ -280,32 +259,13 @@ void addFilterCommand(CLI::App& program, LibraryLog& log)
   const auto options = std::make_shared<FilterOptions>();
   command->add_option("FILE", options->files, "PNG, JPEG, PPM or PAM files, or - for a stream of pictures (no JPEG)")
       ->type_name("");
-  command
-      ->add_option("--shader", options->filter.shader,
-                   "The filter: a name from --list or the file of a fragment shader")
-      ->type_name("NAME|FILE.frag");
+  addFilterOptions(*command, options->filter);
   const auto readOut = [](const OmString& text)
   { return text == StandardStream ? std::optional(text) : readPngName(text); };
   addParsedOption(*command, "--out", "OUT.png", options->out, readOut, PngNameForm + OmString(", or -"),
                   "Write the result as PNG, or with - to standard output; takes one FILE");
   command->add_option("--out-dir", options->outDirectory, "Write the results here under the files' names, as .png")
       ->type_name("DIR");
-  addParsedOptions(*command, "--set", "NAME=V[,V[,V]]", options->filter.uniforms, readUniformSetting,
-                   "NAME=V with one to three numbers, or NAME=iN or NAME=iN,iN with whole ones",
-                   "Set a uniform of floats; NAME=i3 or NAME=i3,i4 one of whole numbers");
-  addParsedOptions(*command, "--texture", "NAME=FILE", options->filter.textures, readTextureSetting, "NAME=FILE",
-                   "Another picture for the shader, as the sampler NAME");
-  addParsedOption(
-      *command, "--passes", "N", options->filter.passes,
-      [](const OmString& text) { return readCount(text, MostPasses); },
-      "a number from 1 to " + std::to_string(MostPasses),
-      "How often the shader runs, each time over what it made before (what it says itself, or 1)");
-  addParsedOption(*command, "--size", "WxH", options->filter.size, readSize, "WxH with W and H of at least 1",
-                  "The result's size in pixels (the picture's); the first pass then interpolates");
-  command->add_flag("--float", options->filter.floats,
-                    "Keep 32-bit floats between the passes, neither rounded nor clamped");
-  command->add_option("--vertex", options->filter.vertex, "A vertex shader instead of the library's own")
-      ->type_name("FILE.vert");
   addParsedOption(*command, "--raw", "WxH:FORMAT", options->raw, readRawFrames,
                   "WxH:FORMAT with a size and one of rgb24, rgba and gray",
                   "Standard input has raw frames of this size in pixels and this format: rgb24, rgba or gray");

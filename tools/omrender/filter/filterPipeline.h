@@ -8,6 +8,8 @@
 #include "tools/omrender/glInformation.h"
 #include "tools/omrender/pictureFile.h"
 
+#include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -34,7 +36,7 @@ struct FilterSettings
   BackEndChoice backEnd;
 };
 
-/// A filter as the user has set it, over pictures and off screen.
+/// A filter as the user has set it, over pictures and off screen. Its operations leave the current window current.
 class FilterPipeline
 {
 public:
@@ -48,18 +50,33 @@ public:
   /// Filters as OmImageFilter::run() does. `file` is for messages. Throws a Failure when the filter cannot run.
   void run(const OmImage& image, const OmString& file, OmImage& result);
 
+  /// Makes the filter again from its files, without the uniforms that were set. Reads only those pictures of --texture
+  /// again that are among the files that changed. Throws a Failure, and the filter before stays.
+  void reload(const std::vector<OmString>& changed);
+  /// The settings of the shader with the values that they have when nobody sets them.
+  const std::vector<OmImageFilter::Setting>& defaults() const { return m_defaults; }
+  /// The settings of the shader with the values that they have now.
+  std::vector<OmImageFilter::Setting> settings();
+  /// Sets a uniform that is among the defaults.
+  void set(const OmImageFilter::Setting& setting);
+
 private:
-  void loadShader(const OmString& name, const OmString& suffix, OmShader::ShaderType type);
+  using Pictures = std::map<OmString, std::shared_ptr<const OmImage>>; ///< by file
+
   void openWindow();
   void checkCapabilities() const;
-  void loadTextures();
+  void loadShader(OmImageFilter& filter, const OmString& name, const OmString& suffix, OmShader::ShaderType type);
+  void makeFilter(const std::vector<OmString>& uniforms, Pictures pictures);
+  void checkTextures(const OmImageFilter& filter) const;
   void check(bool succeeded);
 
   const FilterSettings m_settings;
   LibraryLog& m_log;
   OmSimpleWindow m_window; // outlives what lives in its context
   GLInformation m_gl;
-  OmImageFilter m_filter;
+  Pictures m_pictures;
+  std::unique_ptr<OmImageFilter> m_filter;
+  std::vector<OmImageFilter::Setting> m_defaults;
   OmU32 m_largestSide = 0; ///< of a picture or a result, in pixels
 };
 

@@ -11,6 +11,7 @@ struct ShowOptions
 {
   std::vector<OmString> files;
   std::optional<double> seconds;
+  std::optional<double> scale; ///< pixels of the window for one of the picture; nothing to fit it to the screen
   OmPixel position;
   std::optional<OmString> title;
   bool fullScreen = false;

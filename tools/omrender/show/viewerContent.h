@@ -16,6 +16,8 @@ public:
   virtual const OmImage& image() = 0;
   /// The window's title, without what the viewer adds.
   virtual OmString title() const = 0;
+  /// What messages call the picture.
+  virtual OmString name() const { return title(); }
   /// What is known of the picture's file, in one or more lines.
   virtual OmString information() const = 0;
 
@@ -25,6 +27,10 @@ public:
   virtual bool update() { return false; }
   /// Whether the picture changes all the time, so that update() is called for each frame.
   virtual bool isAnimated() const { return false; }
+
+  /// Goes on to the next picture by itself, after its time. Returns false if there is none. image() and title() have
+  /// changed.
+  virtual bool advance() { return false; }
 
   /// Acts on a key that went down. Returns whether it means something here; the viewer's own keys come after. image()
   /// and title() may have changed.

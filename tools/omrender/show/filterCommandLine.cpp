@@ -1,0 +1,44 @@
+#include "tools/omrender/show/filterCommandLine.h"
+
+namespace
+{
+
+/// A word as a shell reads it back.
+OmString shellWord(const OmString& word)
+{
+  static const OmString plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=.,:/@%";
+  if (!word.empty() && word.find_first_not_of(plain) == OmString::npos)
+    return word;
+  OmString text = "'";
+  for (const char character : word)
+    text += character == '\'' ? OmString("'\\''") : OmString(1, character);
+  return text + '\'';
+}
+
+/// A file's name that is not taken for an option.
+OmString fileWord(const OmString& file)
+{
+  return shellWord(file.rfind('-', 0) == 0 ? "./" + file : file);
+}
+
+} // namespace
+
+OmString filterCommandLine(const FilterSettings& settings, const OmString& picture, const OmString& out)
+{
+  OmString line = "omrender filter --shader " + fileWord(settings.shader);
+  if (!settings.vertex.empty())
+    line += " --vertex " + fileWord(settings.vertex);
+  for (const OmString& uniform : settings.uniforms)
+    line += " --set " + shellWord(uniform);
+  for (const TextureSetting& texture : settings.textures)
+    line += " --texture " + shellWord(texture.name + '=' + texture.file);
+  if (settings.passes)
+    line += " --passes " + std::to_string(*settings.passes);
+  if (settings.size)
+    line += " --size " + std::to_string(settings.size->first) + 'x' + std::to_string(settings.size->second);
+  if (settings.floats)
+    line += " --float";
+  if (!settings.backEnd.device.empty())
+    line += " --device " + shellWord(settings.backEnd.device);
+  return line + ' ' + fileWord(picture) + " --out " + fileWord(out);
+}
