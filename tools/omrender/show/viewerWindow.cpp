@@ -31,6 +31,7 @@ OmBoolean ViewerWindow::renderScene(OmBoolean swap)
     return false;
   m_view.setWindow({m_width, m_height});
   clear();
+  // A resize sets it only when it has drawn.
   glViewport(0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height));
   setGLOrtho();
   if (m_pTexture && m_pTexture->id() != 0)
