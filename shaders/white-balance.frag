@@ -1,6 +1,6 @@
 // Makes the grey that a light has tinted grey again: weighs the responses of the eye's cones, in linear light.
 // default: temperature=6500 (of the light, in kelvin, 1500 to 25000; more makes the picture warmer, less colder)
-// default: tint=0 (how green the light was; above 0 makes the picture more magenta, below more green; 1 is a lot)
+// default: tint=0 (how green the light was, -2 to 2; above 0 makes the picture more magenta, below more green)
 
 uniform sampler2D image;
 uniform float temperature;
@@ -21,8 +21,8 @@ const mat3 Bradford = mat3(
   0.2664, 1.7135, -0.0685,
   -0.1614, 0.0367, 1.0296);
 
-// The cone responses to the light of a black body, by Krystek's approximation of its place in CIE 1960's u and v. Above
-// that place the light is greener.
+// The cone responses to the light of a black body, by Krystek's approximation of its place in CIE 1960's u and v, or of
+// one that is as much greener.
 vec3 light(float kelvin, float green)
 {
   float t = kelvin / 1000.0;
@@ -37,7 +37,8 @@ void main()
   vec4 color = texture2D(image, gl_TexCoord[0].st);
   vec3 rgb = clamp(color.rgb, 0.0, 1.0);
   vec3 linear = mix(rgb / 12.92, pow((rgb + 0.055) / 1.055, vec3(2.4)), step(0.04045, rgb));
-  vec3 gains = light(6500.0, 0.0) / light(clamp(temperature, 1500.0, 25000.0), tint);
+  vec3 cones = light(clamp(temperature, 1500.0, 25000.0), clamp(tint, -2.0, 2.0));
+  vec3 gains = light(6500.0, 0.0) / max(cones, 0.02); // a warm and green light has next to no blue
   linear = max(Colors * (gains * (Cones * linear)), 0.0);
   rgb = mix(12.92 * linear, 1.055 * pow(linear, vec3(1.0 / 2.4)) - 0.055, step(0.0031308, linear));
   gl_FragColor = vec4(rgb, color.a);

@@ -5,7 +5,6 @@
 #include "image/omImageReaderWriter.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
@@ -118,44 +117,18 @@ double hueSaturation(const Place& p)
   return l - a * std::clamp(std::min(k - 3.0, 9.0 - k), -1.0, 1.0);
 }
 
-using Vector = std::array<double, 3>;
-
-Vector times(const double (&matrix)[3][3], const Vector& v)
-{
-  Vector product;
-  for (int row = 0; row < 3; ++row)
-    product[row] = matrix[row][0] * v[0] + matrix[row][1] * v[1] + matrix[row][2] * v[2];
-  return product;
-}
-
-/// CIE XYZ of a place in CIE 1960's u and v.
-Vector light(double u, double v)
-{
-  const double x = 3.0 * u / (2.0 * u - 8.0 * v + 4.0);
-  const double y = 2.0 * v / (2.0 * u - 8.0 * v + 4.0);
-  return {x / y, 1.0, (1.0 - x - y) / y};
-}
-
-/// Of a light of 4000 K whose v is 0.006 more than a black body's.
+/// Turns a light of 4000 K, whose v of CIE 1960 is 0.006 more than a black body's, into one of 6500 K: the product of
+/// the published matrices of sRGB and Bradford, and of the cone responses to (u, v) = (0.22510, 0.34039) and (0.20044,
+/// 0.31036), which are from a table of black bodies.
 double whiteBalance(const Place& p)
 {
-  constexpr double ToXYZ[3][3] = {
-      {0.4124564, 0.3575761, 0.1804375}, {0.2126729, 0.7151522, 0.0721750}, {0.0193339, 0.1191920, 0.9503041}};
-  constexpr double ToColors[3][3] = {
-      {3.2404542, -1.5371385, -0.4985314}, {-0.9692660, 1.8760108, 0.0415560}, {0.0556434, -0.2040259, 1.0572252}};
-  constexpr double ToCones[3][3] = {{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}};
-  constexpr double FromCones[3][3] = {
-      {0.9869929, -0.1470543, 0.1599627}, {0.4323053, 0.5183603, 0.0492912}, {-0.0085287, 0.0400428, 0.9684867}};
-  Vector linear;
+  constexpr double Change[3][3] = {
+      {0.88176, -0.18546, -0.05258}, {0.00848, 1.04732, -0.02298}, {0.02614, 0.09950, 2.11846}};
+  double light = 0.0;
   for (int c = 0; c < 3; ++c)
-    linear[c] = p.channel(c) <= 0.04045 ? p.channel(c) / 12.92 : std::pow((p.channel(c) + 0.055) / 1.055, 2.4);
-  Vector cones = times(ToCones, times(ToXYZ, linear));
-  const Vector before = times(ToCones, light(0.22510, 0.33439 + 0.006)); // black bodies of 4000 K
-  const Vector after = times(ToCones, light(0.20044, 0.31036));          // and of 6500 K
-  for (int i = 0; i < 3; ++i)
-    cones[i] *= after[i] / before[i];
-  const double l = times(ToColors, times(FromCones, cones))[p.c];
-  return l <= 0.0031308 ? 12.92 * l : 1.055 * std::pow(l, 1.0 / 2.4) - 0.055;
+    light += Change[p.c][c] *
+             (p.channel(c) <= 0.04045 ? p.channel(c) / 12.92 : std::pow((p.channel(c) + 0.055) / 1.055, 2.4));
+  return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1.0 / 2.4) - 0.055;
 }
 
 /// The eight entries of the table around the colour, each by its share.
