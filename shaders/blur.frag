@@ -1,4 +1,4 @@
-// Gaussian blur of colours and alpha, along the rows and then along the columns.
+// Gaussian blur of colours and alpha, along the rows and then along the columns. Colours count by their alpha.
 // passes: 2
 // default: radius=3 (the reach in pixels, up to 64; it is three standard deviations)
 
@@ -7,10 +7,16 @@ uniform vec2 texelSize;
 uniform vec2 direction;
 uniform float radius;
 
+vec4 at(vec2 place)
+{
+  vec4 color = texture2D(image, place);
+  return vec4(color.rgb * color.a, color.a);
+}
+
 void main()
 {
   vec2 center = gl_TexCoord[0].st;
-  vec4 sum = texture2D(image, center);
+  vec4 sum = at(center);
   float weights = 1.0;
   for (int i = 1; i <= 64; ++i)
   {
@@ -19,8 +25,9 @@ void main()
       break;
     float weight = exp(-4.5 * pixels * pixels / (radius * radius));
     vec2 offset = pixels * direction * texelSize;
-    sum += weight * (texture2D(image, center - offset) + texture2D(image, center + offset));
+    sum += weight * (at(center - offset) + at(center + offset));
     weights += 2.0 * weight;
   }
-  gl_FragColor = sum / weights;
+  // Where nothing is to be seen, the colour stays.
+  gl_FragColor = sum.a > 0.0 ? vec4(sum.rgb / sum.a, sum.a / weights) : texture2D(image, center);
 }

@@ -1,40 +1,27 @@
-// Takes the median of 3 x 3 pixels, of each channel by itself: removes specks and keeps edges.
+// Takes the median of 3 x 3 pixels, of each channel by itself: removes specks and keeps edges. Colours count by their
+// alpha, which stays.
 
 uniform sampler2D image;
 uniform vec2 texelSize;
 
-vec3 at(float x, float y)
-{
-  return texture2D(image, gl_TexCoord[0].st + vec2(x, y) * texelSize).rgb;
-}
-
-void sort(inout vec3 low, inout vec3 high)
-{
-  vec3 least = min(low, high);
-  high = max(low, high);
-  low = least;
-}
-
-void sort(inout vec3 low, inout vec3 middle, inout vec3 high)
-{
-  sort(low, middle);
-  sort(middle, high);
-  sort(low, middle);
-}
-
 void main()
 {
-  vec3 a = at(-1.0, -1.0), b = at(0.0, -1.0), c = at(1.0, -1.0);
-  vec3 d = at(-1.0, 0.0), e = at(0.0, 0.0), f = at(1.0, 0.0);
-  vec3 g = at(-1.0, 1.0), h = at(0.0, 1.0), i = at(1.0, 1.0);
-  sort(a, b, c);
-  sort(d, e, f);
-  sort(g, h, i);
-  // After sorting the rows, the median of all nine is the median of these three: the greatest of the low values, the
-  // median of the middle ones, and the least of the high ones.
-  vec3 low = max(max(a, d), g);
-  sort(b, e, h);
-  vec3 high = min(min(c, f), i);
-  sort(low, e, high);
-  gl_FragColor = vec4(e, texture2D(image, gl_TexCoord[0].st).a);
+  vec4 pixels[9];
+  float total = 0.0;
+  for (int i = 0; i < 9; ++i)
+  {
+    vec2 offset = vec2(mod(float(i), 3.0) - 1.0, floor(float(i) / 3.0 + 0.1) - 1.0);
+    pixels[i] = texture2D(image, gl_TexCoord[0].st + offset * texelSize);
+    total += pixels[i].a;
+  }
+  vec3 enough = vec3(0.5 * total - 0.001); // less than half a step of a byte, for what rounding takes
+  vec3 median = vec3(1e9);
+  for (int i = 0; i < 9; ++i)
+  {
+    vec3 weight = vec3(0.0); // of the colours up to this one
+    for (int j = 0; j < 9; ++j)
+      weight += pixels[j].a * step(pixels[j].rgb, pixels[i].rgb);
+    median = min(median, pixels[i].rgb + 1e9 * (1.0 - step(enough, weight)));
+  }
+  gl_FragColor = vec4(pixels[4].a > 0.0 ? median : pixels[4].rgb, pixels[4].a);
 }

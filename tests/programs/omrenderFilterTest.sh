@@ -40,7 +40,7 @@ void main() { gl_FragColor = texture2D(image, abs(imageSize * texelSize - gl_Tex
 for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
   export MESA_EXTENSION_OVERRIDE=$lacking
   filters identity "" [1-4]-*.png chart.png "$fixtures/rgb.jpg"
-  some=(chart.png "$fixtures/rgb.jpg" 3-37-23.png 4-5-3.png)
+  some=(chart.png "$fixtures/rgb.jpg" 3-37-23.png 4-129-65.png)
   filters grayscale "" "${some[@]}"
   filters invert "" "${some[@]}"
   filters gamma "--set gamma=1.8" "${some[@]}"
@@ -51,6 +51,12 @@ for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
   filters sharpen "--set amount=1.5" "${some[@]}"
   filters median "" "${some[@]}"
   filters lut "--texture lut=table.png" "${some[@]}"
+  filters unsharp "--set radius=2.5 --set amount=1.5 --set threshold=0.05" "${some[@]}"
+  filters bilateral "--set radius=2.5 --set tolerance=0.15" "${some[@]}"
+  filters levels "--set black=0.1 --set white=0.8 --set gamma=1.4 --set low=0.05 --set high=0.95" "${some[@]}"
+  filters hue-saturation "--set hue=200 --set saturation=1.3 --set lightness=0.9" "${some[@]}"
+  filters white-balance "--set temperature=4000 --set tint=0.3" "${some[@]}"
+  filters threshold "--set level=0.4001 --set softness=0.1" "${some[@]}"
   "$omrender" filter --shader excess.frag --float 3-37-23.png --out excess.png || wrong "excess"
   "$omdemo" compare 3-37-23.png excess.png >stdout || wrong "excess: $(cat stdout)"
   "$omrender" filter --shader turn.frag --passes 4 chart.png --out out.png || wrong "turn"
@@ -60,6 +66,23 @@ for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
     wrong "--size: $(cat stdout)"
 done
 unset MESA_EXTENSION_OVERRIDE
+
+# What ImageMagick does too, to within two steps of 255, over noise and all greys.
+convert 3-37-23.png -size 37x256 gradient: -append -depth 8 PNG24:both.png
+while IFS='|' read -r filter operation; do
+  # shellcheck disable=SC2086
+  "$omrender" filter --shader $filter both.png --out out.png && convert both.png $operation magick.png &&
+    [[ $(compare -metric AE -fuzz 0.8% out.png magick.png null: 2>&1) == 0 ]] || wrong "$filter is not $operation"
+done <<'END'
+levels --set black=0.1 --set white=0.8 --set gamma=1.4 --set low=0.05 --set high=0.95|-level 10%,80%,1.4 +level 5%,95%
+hue-saturation --set hue=60 --set saturation=0.7 --set lightness=0.9|-modulate 90,70,133.3333333
+threshold --set level=0.6|-color-matrix .299,.587,.114,.299,.587,.114,.299,.587,.114 -threshold 59.999%
+unsharp --set radius=6 --set amount=0.5|-unsharp 6x2+0.5+0
+END
+# A white shape, blurred, has no dark rim.
+convert -size 40x40 xc:none -fill white -draw 'circle 20,20 20,8' shape.png
+"$omrender" filter --shader blur --set radius=6 shape.png --out out.png &&
+  [[ $(convert out.png -background white -flatten -format '%[fx:minima >= 0.99]' info:) == 1 ]] || wrong "a dark rim"
 
 # $OM_SHADER_PATH goes before the program's own shaders.
 mkdir shaders

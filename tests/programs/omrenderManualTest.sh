@@ -28,6 +28,8 @@ for command in $commands; do
   same "$command" "$(described "$command" .It | sed 's/Fl /-/' | options)" "$(offered "$command" | grep -vx -e --help)"
 done
 
+same filters "$(described FILTERS .It | cut -d ' ' -f 3)" "$("$omrender" filter --list | grep -v '^ ')"
+
 for command in "" $commands; do
   "$omrender" $command --help | grep -E '.{81}' && wrong "the help of '$command' is wider than a terminal"
 done
