@@ -1,0 +1,186 @@
+#!/usr/bin/env bash
+# omrenderDesktopTest.sh OMRENDER OMDEMO BACKEND NEVERPOLLS [weston]: what a person does with the windows of a desktop,
+# seen on its screen: under the window manager of the display in DISPLAY, without one, or in XWayland under Weston.
+# NEVERPOLLS is a program that shows pictures and takes no events. Skipped (77) without the back end or Weston.
+# shellcheck source=tests/support/programTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../support/programTest.sh"
+# shellcheck source=tests/support/viewerTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../support/viewerTest.sh"
+backend=$3
+neverPolls=$(realpath "$4")
+desktop=${5:-${OM_TEST_WM:-none}}
+compositor=
+manager=
+cover=
+trap 'kill $viewer $cover 2>/dev/null; kill -KILL $manager 2>/dev/null; [[ ! $compositor ]] || { kill $compositor; wait $compositor; }
+  rm -rf "$work"' EXIT
+cd "$work" || exit 1
+
+# Weston in a window: without one it has no keys and no pointer, and XWayland ends when a program moves the pointer.
+startWeston() {
+  if ! command -v weston >/dev/null || ! command -v Xwayland >/dev/null; then
+    echo "skipped: this needs the packages weston and xwayland"
+    exit 77
+  fi
+  XDG_RUNTIME_DIR=$work weston --backend=x11-backend.so --use-pixman --width=800 --height=600 --xwayland --no-config \
+    --log=log >/dev/null 2>&1 &
+  compositor=$!
+  eventually "Weston does not start" grep -q 'xserver listening on display' log
+  DISPLAY=$(sed -n 's/.*xserver listening on display //p' log)
+  eventually "XWayland does not start" xprop -root _NET_SUPPORTED
+  user mousemove 799 599 mousemove 0 0 # its pointer, which begins in the corner, follows from there
+}
+
+# Each desktop's ways, as COMMAND... that is called with the window in $window, its place in $left and $top, and its size.
+declare -A resize=(
+  [none]='user windowsize "$window" 541 399'
+  [twm]='user keydown alt; hand drag 3 $((right - 9)),$((bottom - 9)) $((right + 9)),$((bottom + 9)) $corner; user keyup alt'
+  [openbox]='hand drag 1 $((right - 2)),$((bottom + 2)) $((right - 30)),$((bottom - 30)) $corner'
+)
+resize[mwm]=${resize[openbox]}
+resize[weston]='hand drag 1 $((right + 2)),$((bottom + 2)) $((right - 30)),$((bottom - 30)) $corner'
+declare -A move=(
+  [none]='user windowmove "$window" 20 90'
+  [mwm]='hand drag 1 $((left + 200)),$((top - 8)) $((left + 190)),$((top + 10)) $((left + 180)),$((top + 22))'
+)
+for manager in openbox twm weston; do move[$manager]=${move[mwm]}; done
+declare -A close=([none]='hand close "$window"' [mwm]='user key alt+F4' [weston]='user mousemove $((right - 14)) $((top - 15)) click 1')
+for manager in openbox twm; do close[$manager]=${close[mwm]}; done
+manager=
+
+# does WAY: what the desktop has for it.
+does() {
+  local right bottom corner
+  locate
+  right=$((left + width)) bottom=$((top + height)) corner=$((left + width - 100)),$((top + height - 80))
+  eval "$1"
+}
+
+sees() { eventually "$1: the screen has not $2 at $3" looks "$2" "$3" "$4"; }
+looksOther() { locate && [[ "$left $top $width $height" != "$1" ]]; }
+isHidden() { ! isViewable; }
+isFull() { locate && [[ "$left $top $width $height" == "0 0 800 600" ]]; }
+isFramed() { [[ $(xwininfo -children -id "$window") != *"Parent window id: "*"(the root window)"* ]]; }
+
+# fitted: sets the place of the chart in the window.
+fitted() {
+  locate
+  place=$(awk -v w="$width" -v h="$height" 'BEGIN { z = w / 641 < h / 479 ? w / 641 : h / 479
+    pw = int(641 * z + .5); ph = int(479 * z + .5); printf "%dx%d+%d+%d", pw, ph, (w - pw) / 2, (h - ph) / 2 }')
+}
+
+convert \( xc:red xc:yellow +append \) \( xc:blue xc:white +append \) -append -filter triangle -resize '641x479!' +repage -depth 8 chart.png
+convert -size 250x150 xc:navy blue.png
+if [[ $("$omrender" show --backend "$backend" chart.png --seconds 0 2>&1) == *"without Qt"* ]]; then
+  echo "skipped: built without Qt"
+  exit 77
+fi
+[[ $desktop != weston ]] || startWeston
+
+own=641x479+0+0
+starts chart.png --position 40,60
+sees "opening" chart.png $own exact
+
+"$omrender" show blue.png --position 150,150 &
+cover=$!
+eventually "nothing covers the window" eval '! looks chart.png $own exact'
+kill "$cover"
+wait "$cover"
+cover=
+sees "uncovering" chart.png $own exact
+
+locate
+before="$left $top $width $height"
+does "${resize[$desktop]}"
+eventually "the user cannot resize the window" looksOther "$before"
+fitted
+sees "resizing" chart.png "$place" smooth
+locate
+before="$left $top $width $height"
+does "${move[$desktop]}"
+eventually "the user cannot move the window" looksOther "$before"
+fitted
+sees "moving" chart.png "$place" smooth
+
+case $desktop in
+  none) hide=windowunmap ;;
+  *) hide=windowminimize ;;
+esac
+if [[ $desktop != weston ]]; then # which leaves the window of a program that wants to be an icon as it is
+  xdotool "$hide" "$window"
+  eventually "the window is no icon" isHidden
+  xdotool windowmap "$window"
+  eventually "the window stays an icon" isViewable
+  sees "coming back" chart.png "$place" smooth
+  xdotool windowfocus "$window"
+fi
+
+# Where the pointer is after all that, by the title; then the wheel and the mouse.
+does 'user mousemove $((left + 200)) $((top + 100))'
+user key 1
+eventually "1: not the title" hasTitle "* - 100 % - *"
+title=$(xdotool getwindowname "$window")
+pixel=${title##* - }
+pixel=${pixel%:*}
+user click --repeat 8 4
+eventually "the wheel: not the title" hasTitle "* - 400 % - $pixel: *"
+sees "the wheel" chart.png "2564x1916+$((200 - 4 * ${pixel%,*} - 2))+$((100 - 4 * ${pixel#*,} - 2))" exact
+does 'hand drag 1 $((left + 200)),$((top + 100)) $((left + 210)),$((top + 120)) $((left + 150)),$((top + 140))'
+eventually "dragging: not the title" hasTitle "* - 400 % - $pixel: *"
+sees "dragging" chart.png "2564x1916+$((150 - 4 * ${pixel%,*} - 2))+$((140 - 4 * ${pixel#*,} - 2))" exact
+user mousemove 799 599 key 0
+sees "0" chart.png "$place" smooth
+
+user key f
+case $desktop in
+  openbox | weston)
+    eventually "f does not fill the screen" isFull
+    sees "full screen" chart.png 800x598+0+1 smooth
+    user key f
+    eventually "f does not leave the full screen" eval '! isFull'
+    sees "after full screen" chart.png "$place" smooth
+    ;;
+  *)
+    user key 1
+    eventually "full screen is refused: not the title" hasTitle "* - 100 %*"
+    user key 0
+    sees "full screen is refused" chart.png "$place" smooth
+    ;;
+esac
+does "${close[$desktop]}"
+ends 0
+[[ ! -s stderr ]] || wrong "the viewer wrote: $(cat stderr)"
+
+# A program that takes no events goes on when its window is closed.
+"$neverPolls" chart.png 2 2>stderr &
+viewer=$!
+eventually "no window of a program that never polls" hasWindow
+xdotool windowfocus "$window"
+eventually "it has no focus" focused
+does "${close[$desktop]}"
+eventually "the window stays" isHidden
+kill -0 "$viewer" || wrong "the program ended with its window"
+ends 0
+
+# The window manager dies, and another one takes over.
+if [[ ${OM_TEST_WM_PID-} ]]; then
+  other=openbox
+  [[ $desktop != openbox ]] || other=mwm
+  starts chart.png
+  kill -KILL "$OM_TEST_WM_PID"
+  sees "without the window manager" chart.png $own exact
+  "$other" >/dev/null 2>&1 &
+  manager=$!
+  eventually "$other does not take the window" isFramed
+  sees "under $other" chart.png $own exact
+  user windowsize "$window" 441 379
+  eventually "no resize under $other" eval 'locate && [[ $width,$height == 441,379 ]]'
+  fitted
+  sees "resized under $other" chart.png "$place" smooth
+  xdotool windowfocus "$window"
+  eventually "the window has no focus under $other" focused
+  does "${close[$other]}"
+  ends 0
+fi
+
+[[ $failures == 0 ]]
