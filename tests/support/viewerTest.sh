@@ -22,6 +22,12 @@ starts() {
   eventually "the window has no focus" focused
 }
 
+# press KEY: in the window, which need not have the keys where these follow the pointer.
+press() {
+  focused || xdotool windowfocus "$window"
+  user key "$1"
+}
+
 # ends STATUS: the viewer ends with that status.
 ends() {
   local got=0
@@ -42,17 +48,32 @@ locate() {
   read -r left top width height < <(xwininfo -id "$window" | awk '/Absolute|Width|Height/ {printf "%s ", $NF} END {print ""}')
 }
 
-# looks PICTURE PLACE exact|smooth: the window's part of the screen has the picture at WIDTHxHEIGHT+X+Y, on black.
+# fitted PICTURE: the place of the picture in the window.
+fitted() {
+  identify -format '%w %h' "$1" | awk -v w="$width" -v h="$height" '{ z = w / $1 < h / $2 ? w / $1 : h / $2
+    pw = int($1 * z + .5); ph = int($2 * z + .5); printf "%dx%d+%d+%d", pw, ph, (w - pw) / 2, (h - ph) / 2 }'
+}
+
+# looks PICTURE PLACE: the window's part of the screen has the picture at WIDTHxHEIGHT+X+Y exactly, or fitted into the
+# window and smooth if PLACE is fit; on black. With the pointer in it, which is on the screens of some desktops, $pointed
+# says so: then the window has it.
+pointed=
 wanted=
 looks() {
-  local size=${2%%[+-]*} fuzz=0 filter=point
-  [[ $3 == exact ]] || fuzz=3% filter=triangle
+  local place=$2 size fuzz=0 filter=point
   locate || return
+  [[ $2 != fit ]] || fuzz=3% filter=triangle place=$(fitted "$1")
   if [[ $wanted != "$* $width $height" ]]; then
-    convert -size "${width}x$height" xc:black \( "$1" -filter $filter -resize "$size!" \) -geometry "${2#"$size"}" \
+    size=${place%%[+-]*}
+    convert -size "${width}x$height" xc:black \( "$1" -filter $filter -resize "$size!" \) -geometry "${place#"$size"}" \
       -composite -depth 8 wanted.png
     wanted="$* $width $height"
   fi
-  DISPLAY=$seat import -window root -crop "${width}x$height+$left+$top" +repage shot.png &&
-    [[ $(compare -metric AE -fuzz $fuzz shot.png wanted.png null: 2>&1) == 0 ]]
+  if [[ $pointed ]]; then
+    import -window "$window" shot.png
+  else
+    DISPLAY=$seat import -window root -crop "${width}x$height+$left+$top" +repage shot.png
+  fi
+  # Of a pointer in the corner of the screen there are few pixels.
+  (($(compare -metric AE -fuzz $fuzz shot.png wanted.png null: 2>&1) < 5))
 }
