@@ -8,19 +8,22 @@ source "$(dirname "${BASH_SOURCE[0]}")/../support/programTest.sh"
 source "$(dirname "${BASH_SOURCE[0]}")/../support/viewerTest.sh"
 backend=$3
 events=${4:-10000}
-mostGrowth=1024 # in KiB
+mostGrowth=2048 # in KiB
 cd "$work" || exit 1
 
 memory() { awk '/VmRSS/ {print $2}' "/proc/$viewer/status"; }
 files() { find "/proc/$viewer/fd" -type l | wc -l; }
 
-# storm COUNT: that many events, after which the viewer has come to rest.
+# storm COUNT: that many events, ten thousand at a time, after which the viewer has come to rest.
 storm() {
-  hand storm "$window" "$1"
-  xdotool windowmove "$window" 0 0 windowsize "$window" 320 240 mousemove 30 40
-  press Home
-  press 1
-  eventually "the viewer does not come to rest" hasTitle "first.png (1/2) - 100 % - 30,40:*"
+  local left
+  for ((left = $1; left > 0; left -= 10000)); do
+    hand storm "$window" $((left < 10000 ? left : 10000))
+    xdotool windowmove "$window" 0 0 windowsize "$window" 320 240 mousemove 30 40
+    press Home
+    press 1
+    eventually "the viewer does not come to rest" hasTitle "first.png (1/2) - 100 % - 30,40:*"
+  done
 }
 
 convert -size 320x240 gradient:red-blue first.png
@@ -30,7 +33,7 @@ if [[ $("$omrender" show --backend "$backend" first.png --seconds 0 2>&1) == *"w
   exit 77
 fi
 starts first.png second.png
-storm 5000 # what grows at first: the heap, and what the drivers keep
+storm $((events / 5 + 5000)) # what grows at first: the heap, and what the drivers keep
 memoryBefore=$(memory) filesBefore=$(files)
 storm "$events"
 memoryAfter=$(memory) filesAfter=$(files)

@@ -75,5 +75,5 @@ looks() {
     DISPLAY=$seat import -window root -crop "${width}x$height+$left+$top" +repage shot.png
   fi
   # Of a pointer in the corner of the screen there are few pixels.
-  (($(compare -metric AE -fuzz $fuzz shot.png wanted.png null: 2>&1) < 5))
+  (($(compare -metric AE -fuzz $fuzz shot.png wanted.png null: 2>&1) < 20))
 }
