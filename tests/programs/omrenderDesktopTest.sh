@@ -136,6 +136,7 @@ case $desktop in
     sees "full screen" chart.png fit
     press f
     eventually "f does not leave the full screen" eval '! isFull'
+    [[ $desktop != weston ]] || pointed=1 # it puts the window elsewhere than it says
     sees "after full screen" chart.png fit
     ;;
   *)
