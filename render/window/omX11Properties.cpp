@@ -104,7 +104,7 @@ unsigned long meanPixel(const OmImage& image, std::size_t left, std::size_t righ
     for (std::size_t x = left; x < right; ++x)
       for (std::size_t c = 0; c < channels; ++c)
         sums[c] += image.data()[(y * image.width() + x) * channels + c];
-  const std::size_t count = (right - left) * (bottom - top);
+  const std::size_t count = std::max<std::size_t>(1, (right - left) * (bottom - top));
   const auto mean = [&](std::size_t channel) { return static_cast<unsigned long>(sums[channel] / count); };
   const bool colored = channels >= 3;
   const unsigned long alpha = channels % 2 == 0 ? mean(channels - 1) : 255;
@@ -176,7 +176,7 @@ void OmX11Properties::answerPing(const XEvent& event) const
 
 void OmX11Properties::setTitle(const OmString& title) const
 {
-  const OmString text = title.c_str(); // WM_NAME too ends at a null character
+  const OmString text = title.substr(0, title.find('\0')); // WM_NAME too ends at a null character
   const OmString utf8 = isUtf8(text) ? text : utf8FromLatin1(text);
   XChangeProperty(m_native.display, m_native.window, atom(Title), atom(Utf8), 8, PropModeReplace,
                   reinterpret_cast<const unsigned char*>(utf8.data()), static_cast<int>(utf8.size()));

@@ -49,7 +49,7 @@ float stepped(float value, float initial, int steps)
   const double size = initial == 0.0F ? 0.05 : std::abs(decimal(initial)) / 20.0;
   const double place = decimal(value) / size;
   const double whole = std::round(place);
-  const double start = std::abs(place - whole) < 1e-4 * std::max(1.0, std::abs(place)) ? whole : place;
+  const double start = std::abs(place - whole) < 1e-6 * std::max(1.0, std::abs(place)) ? whole : place;
   const auto result = static_cast<float>((start + steps) * size);
   return std::isfinite(result) ? result : value;
 }

@@ -31,6 +31,7 @@ OmBoolean ViewerWindow::renderScene(OmBoolean swap)
     return false;
   m_view.setWindow({m_width, m_height});
   clear();
+  // A resize sets it only when it has drawn.
   glViewport(0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height));
   setGLOrtho();
   if (m_pTexture && m_pTexture->id() != 0)
@@ -38,8 +39,8 @@ OmBoolean ViewerWindow::renderScene(OmBoolean swap)
     if (!m_pTexture->bind())
       return false;
     const GLint filter = m_view.isNearest() ? GL_NEAREST : GL_LINEAR;
-    for (const GLenum scaling : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER})
-      glTexParameteri(m_pTexture->textureType(), scaling, filter);
+    glTexParameteri(m_pTexture->textureType(), GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(m_pTexture->textureType(), GL_TEXTURE_MAG_FILTER, filter);
     const PictureView::Rectangle place = m_view.rectangle();
     const auto across = [this](double x) { return static_cast<float>(x / m_width); };
     const auto up = [this](double y) { return static_cast<float>(1.0 - y / m_height); };
