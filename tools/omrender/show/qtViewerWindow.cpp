@@ -8,6 +8,8 @@
 #include <QWindow>
 #include <boost/pointer_cast.hpp>
 
+#include <GL/glx.h>
+
 OmBoolean QtViewerWindow::init()
 {
   if (!ViewerWindow::init())
@@ -19,8 +21,13 @@ OmBoolean QtViewerWindow::init()
 void QtViewerWindow::setName(const OmString& name)
 {
   ViewerWindow::setName(name);
-  if (widget()) // the back end reads every title as Latin-1
-    widget()->setWindowTitle(QString::fromLocal8Bit(name.data(), static_cast<int>(name.size())));
+  if (!widget())
+    return;
+  // The back end reads every title as Latin-1.
+  widget()->setWindowTitle(QString::fromLocal8Bit(name.data(), static_cast<int>(name.size())));
+  makeCurrent();
+  if (Display* const display = glXGetCurrentDisplay()) // Qt leaves WM_NAME in Xlib's buffer until the next request
+    XFlush(display);
 }
 
 void QtViewerWindow::settle()
