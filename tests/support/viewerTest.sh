@@ -24,7 +24,7 @@ starts() {
 
 # press KEY: in the window, which need not have the keys where these follow the pointer.
 press() {
-  focused || xdotool windowfocus "$window"
+  focused 2>/dev/null || xdotool windowfocus "$window"
   user key "$1"
 }
 
