@@ -3,33 +3,11 @@
 # a window manager. Compares the pixels of the window with what ImageMagick makes of the picture.
 # shellcheck source=tests/support/programTest.sh
 source "$(dirname "${BASH_SOURCE[0]}")/../support/programTest.sh"
+# shellcheck source=tests/support/viewerTest.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../support/viewerTest.sh"
 backend=$3
-viewer=
-trap 'kill $viewer 2>/dev/null; rm -rf "$work"' EXIT
 cd "$work" || exit 1
 
-# starts ARGUMENT...: begins a show whose first file is chart.png, and gives its window the keys and the pointer.
-starts() {
-  "$omrender" show --backend "$backend" "$@" >stdout 2>stderr &
-  viewer=$!
-  eventually "no window" titled "${1%.png}.png"
-  window=$(xdotool search --onlyvisible --pid "$viewer" --name "${1%.png}.png")
-  [[ ${OM_TEST_WM-} ]] || xdotool windowfocus "$window"
-  eventually "the window has no focus" focused
-}
-
-# ends STATUS: the viewer ends with that status.
-ends() {
-  local got=0
-  timeout 20 tail --pid "$viewer" -f /dev/null || wrong "the viewer does not end"
-  wait "$viewer" || got=$?
-  [[ $got == "$1" ]] || wrong "the viewer ended with status $got, not $1: $(cat stderr)"
-}
-
-focused() { [[ $(xdotool getwindowfocus) == "$window" ]]; }
-titled() { xdotool search --onlyvisible --pid "$viewer" --name "$1"; }
-# shellcheck disable=SC2053
-hasTitle() { [[ $(xdotool getwindowname "$window") == $1 ]]; } # a pattern
 hasSize() { [[ $(xdotool getwindowgeometry "$window") == *"Geometry: $1"* ]]; }
 at() { xdotool mousemove --window "$window" "$1" "$2"; }
 away() { xdotool mousemove 799 599; }
@@ -122,7 +100,7 @@ ends 0
 [[ ! -s stderr ]] || wrong "the viewer wrote: $(cat stderr)"
 
 starts chart.png
-python3 "$(dirname "$fixtures")/support/closeWindow.py" "$window" || wrong "closeWindow.py"
+hand close "$window" || wrong "hand.py"
 ends 0
 
 starts large.png
