@@ -8,6 +8,7 @@
 #include "image/codec/omPnmDecoder.h"
 #include "image/codec/omPnmEncoder.h"
 #include "image/codec/omReplacementFile.h"
+#include "image/codec/omUprightImage.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -136,7 +137,12 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString&
   }
   if (!decoder || !decodePicture(*decoder, &picture, reason))
     return false;
-  image = std::move(static_cast<OmImage&>(picture));
+  const OmExif::Orientation orientation = decoder->orientation();
+  decoder.reset(); // its memory is that of the second picture
+  if (orientation == OmExif::TopLeft)
+    image = std::move(static_cast<OmImage&>(picture));
+  else
+    image = uprightImage(picture, orientation);
   return true;
 }
 
@@ -145,8 +151,9 @@ bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU
   const std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
   if (!decoder)
     return false;
-  width = decoder->width();
-  height = decoder->height();
+  const bool turned = isTurned(decoder->orientation());
+  width = turned ? decoder->height() : decoder->width();
+  height = turned ? decoder->width() : decoder->height();
   channels = decoder->channels();
   return true;
 }

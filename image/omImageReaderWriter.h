@@ -51,14 +51,15 @@ public:
 
   /// Reads a picture into `image`, top row first, with the 1 to 4 channels that the file has: grey, grey and alpha,
   /// RGB, RGBA. 16-bit channels are reduced to 8, a palette and a transparent colour are expanded, and a CMYK JPEG
-  /// becomes RGB. If the file cannot be read, ends early or is damaged, one error message names it and says why. Then
-  /// false is returned and the image is unchanged.
+  /// becomes RGB. The picture stands upright: an EXIF orientation in the file is applied. If the file cannot be read,
+  /// ends early or is damaged, one error message names it and says why. Then false is returned and the image is
+  /// unchanged.
   static OmBoolean read(OmImage& image, const OmString& fileName);
   /// The same with ReadFlags, or 0.
   static OmBoolean read(OmImage& image, const OmString& fileName, OmU32 flags);
 
-  /// Reads only a picture file's header: the size in pixels and the channel count that read() would give. A failure
-  /// is reported as by read() and leaves the arguments unchanged.
+  /// Reads only a picture file's header: the size in pixels, upright, and the channel count that read() would give. A
+  /// failure is reported as by read() and leaves the arguments unchanged.
   static OmBoolean readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels);
 
   /// Reads a picture file that is in memory, as read() does. Messages call it `name`.
