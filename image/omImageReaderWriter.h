@@ -55,12 +55,26 @@ public:
     Small    ///< small files, which take many times as long
   };
 
+  /// What becomes of the channels of an image that is written.
+  enum Channels
+  {
+    AsTheyAre,   ///< the image's own
+    GreyIfEqual, ///< RGB becomes grey, and RGBA grey and alpha, if red, green and blue are equal in every pixel
+    Grey,        ///< grey: of colours their light, by ITU-R BT.709, where equal ones keep their value
+    GreyAlpha,   ///< grey and alpha
+    RGB,         ///< grey in all three, or the colours
+    RGBA         ///< the same and alpha, 255 if the image has none
+  };
+
   /// How a picture is written.
   struct WriteSettings
   {
     Format format = PNG;               ///< what it becomes
     Compression compression = Default; ///< of PNG, JPEG and WebP
     OmBoolean withoutAlpha = false;    ///< the last channel of 2 or 4 is left out
+    /// What a format does not hold is not written: WebP has no grey. Without withoutAlpha, a picture that has alpha and
+    /// does not get it is laid over white.
+    Channels channels = AsTheyAre;
     /// Of JPEG and WebP, from 1 to 100. With 0 WebP is written without loss and JPEG with a quality of 90. From 90 on
     /// JPEG stores the colours of each pixel (4:4:4), below those of squares of four (4:2:0).
     int quality = 0;

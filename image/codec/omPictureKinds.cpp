@@ -58,6 +58,32 @@ Limits limitsOf(Writer::Format format)
   }
 }
 
+/// Whether red, green and blue are equal in every pixel. A picture with colours is left at its first row that has some.
+bool isGrey(const OmImage& image)
+{
+  const std::size_t channels = image.channels();
+  const OmU8* pixel = image.data();
+  OmU8 differences = 0;
+  for (OmU32 y = 0; y < image.height() && differences == 0; ++y)
+    for (OmU32 x = 0; x < image.width(); ++x, pixel += channels)
+      differences = static_cast<OmU8>(differences | (pixel[0] ^ pixel[1]) | (pixel[0] ^ pixel[2]));
+  return differences == 0;
+}
+
+OmU32 chosenChannels(const OmImage& image, Writer::Channels choice)
+{
+  const OmU32 own = image.channels();
+  switch (choice)
+  {
+  case Writer::AsTheyAre:
+    return own;
+  case Writer::GreyIfEqual:
+    return (own == 3 || own == 4) && isGrey(image) ? own - 2 : own;
+  default:
+    return static_cast<OmU32>(choice - Writer::Grey) + 1;
+  }
+}
+
 /// Gives the reason why an image cannot be written, or an empty one.
 OmString obstacle(const OmImage& image, const Writer::WriteSettings& settings, OmU32 channels)
 {
@@ -114,7 +140,7 @@ bool OmPictureKinds::encode(const OmImage& image, const Writer::WriteSettings& s
                             OmString& reason)
 {
   const Limits limits = limitsOf(settings.format);
-  OmU32 channels = image.channels();
+  OmU32 channels = chosenChannels(image, settings.channels);
   if (channels % 2 == 0 && (settings.withoutAlpha || !limits.hasAlpha))
     --channels;
   if (channels < 3 && !limits.hasGrey)
