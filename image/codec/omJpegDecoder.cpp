@@ -1,6 +1,7 @@
 #include "image/codec/omJpegDecoder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <type_traits>
 
 #include <jerror.h>
@@ -19,6 +20,9 @@ constexpr std::uint64_t ArithmeticRatio = 1032;
 constexpr std::uint64_t ScanLimit = 500;
 constexpr std::uint64_t BlockVisitsPerByte = 160;
 constexpr std::uint64_t FreeBlockVisits = 1U << 24;
+
+constexpr int ExifMarker = JPEG_APP0 + 1; ///< also that of other data
+constexpr unsigned LongestMarker = 0xffff;
 
 /// Whether a warning means lost pixels. The others, such as padding between markers, are common in whole files.
 bool isDamage(int messageCode)
@@ -141,6 +145,17 @@ bool OmJpegDecoder::chooseColors()
   }
 }
 
+/// The markers before the pixels say how the picture stands.
+void OmJpegDecoder::readMarkers()
+{
+  for (const jpeg_marker_struct* marker = m_jpeg.marker_list; marker != nullptr; marker = marker->next)
+    if (marker->marker == ExifMarker && marker->data_length > 5 && std::memcmp(marker->data, "Exif", 5) == 0)
+    {
+      m_orientation = OmExif::orientation(marker->data, marker->data_length);
+      return;
+    }
+}
+
 bool OmJpegDecoder::readHeader()
 {
   const bool done = attempt(
@@ -150,12 +165,14 @@ bool OmJpegDecoder::readHeader()
         m_jpeg.progress = &m_progress;
         m_maximumScans = 1;
         jpeg_stdio_src(&m_jpeg, m_file.stream());
+        jpeg_save_markers(&m_jpeg, ExifMarker, LongestMarker);
         jpeg_read_header(&m_jpeg, TRUE);
       });
   if (!done || !chooseColors())
     return false;
   m_width = m_jpeg.image_width;
   m_height = m_jpeg.image_height;
+  readMarkers();
   if (!fileMayHoldPicture())
     return fail("the file is too small for the size in its header");
   const std::uint64_t visits = m_file.size() * BlockVisitsPerByte + FreeBlockVisits;

@@ -28,6 +28,7 @@ private:
   template <typename Call>
   bool attempt(const Call& call);
   bool chooseColors();
+  void readMarkers();
   bool fileMayHoldPicture() const;
   std::uint64_t blockCount() const;
   void convertCmykRow(OmU8* row) const;

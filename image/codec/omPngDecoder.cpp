@@ -1,5 +1,7 @@
 #include "image/codec/omPngDecoder.h"
 
+#include "image/codec/omPngChunks.h"
+
 #include <csetjmp>
 #include <cstdio>
 #include <type_traits>
@@ -9,6 +11,9 @@ namespace
 
 /// No deflate stream expands more than this many times.
 constexpr std::uint64_t DeflateRatio = 1032;
+
+/// No chunk besides the pixels is kept that is larger.
+constexpr std::size_t LargestChunk = std::size_t{16} << 20;
 
 void ignoreWarning(png_structp, png_const_charp) {}
 
@@ -61,6 +66,11 @@ bool OmPngDecoder::readHeader()
 {
   if (m_info == nullptr)
     return fail("out of memory");
+
+  const OmPngChunks chunks(m_file, {"eXIf"}, LargestChunk);
+  if (const std::vector<OmU8>* const exif = chunks.find("eXIf"))
+    m_orientation = OmExif::orientation(exif->data(), exif->size());
+  std::rewind(m_file.stream());
 
   const bool done = attempt(
       [this]

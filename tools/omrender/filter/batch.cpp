@@ -21,14 +21,14 @@ constexpr std::size_t ReadAhead = 2;
 constexpr std::size_t UnderWay = 16;
 
 /// The most that a picture takes from reading to writing, in bytes: its pixels, and beside them what a progressive JPEG
-/// is collected in, or the result's pixels, their filtered rows and the compressed form of those.
+/// is collected in or libwebp decodes to, or the result's pixels and what its encoder takes for each of them.
 std::uint64_t memoryFor(const PictureInput& input, const std::optional<std::pair<OmU32, OmU32>>& resultSize)
 {
   const PictureFile& header = input.header();
   const auto [width, height] = resultSize.value_or(std::make_pair(header.width, header.height));
   const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
   const std::uint64_t resultPixels = std::uint64_t{width} * height;
-  return input.byteSize() + 4 * pixels + std::max(6 * pixels, (4 + 4 + 4) * resultPixels);
+  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + 4 + 4) * resultPixels);
 }
 
 } // namespace

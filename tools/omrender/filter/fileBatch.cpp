@@ -25,9 +25,6 @@ std::unique_ptr<PictureInput> FileSource::next()
 
 std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const OmImage& result)
 {
-  OmImageReaderWriter::WriteSettings settings;
-  settings.compression = m_compression;
-  settings.withoutAlpha = !input.header().hasAlpha();
-  writePicture(result, m_files[number], m_log, settings);
+  writePicture(result, m_files[number], m_log, writeSettings(m_options, m_files[number], input));
   return {};
 }

@@ -1,6 +1,7 @@
 #ifndef OM_TOOLS_FILE_BATCH_H
 #define OM_TOOLS_FILE_BATCH_H
 
+#include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/pictureSource.h"
 
 class LibraryLog;
@@ -24,8 +25,8 @@ class FileSink : public PictureSink
 {
 public:
   /// `files` has a file for each picture.
-  FileSink(std::vector<OmString> files, OmImageReaderWriter::Compression compression, LibraryLog& log)
-      : m_files(std::move(files)), m_compression(compression), m_log(log)
+  FileSink(std::vector<OmString> files, const OutputOptions& options, LibraryLog& log)
+      : m_files(std::move(files)), m_options(options), m_log(log)
   {
   }
 
@@ -34,7 +35,7 @@ public:
 
 private:
   const std::vector<OmString> m_files;
-  const OmImageReaderWriter::Compression m_compression;
+  const OutputOptions m_options;
   LibraryLog& m_log;
 };
 

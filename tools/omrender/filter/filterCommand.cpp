@@ -4,6 +4,7 @@
 #include "tools/omrender/filter/batch.h"
 #include "tools/omrender/filter/fileBatch.h"
 #include "tools/omrender/filter/filterOptions.h"
+#include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/shaderFile.h"
 #include "tools/omrender/filter/streamBatch.h"
 #include "tools/omrender/libraryLog.h"
@@ -39,8 +40,7 @@ struct FilterOptions
   std::optional<int> jobs;             ///< as many as there are processors by default
   std::optional<std::uint64_t> memory; ///< in bytes; a quarter of what there is by default
   std::optional<RawFrames> raw;
-  std::optional<OmImageReaderWriter::Format> format; ///< of a stream of results
-  OmImageReaderWriter::Compression compression = OmImageReaderWriter::Default;
+  OutputOptions output;
   bool list = false;
 
   bool readsStream() const { return files == std::vector<OmString>{StandardStream}; }
@@ -62,7 +62,8 @@ constexpr char Footer[] = "A shader reads the picture by texture2D(image, gl_Tex
                           "for values that --set replaces, '// default: radius=3'.\n"
                           "\n"
                           "Grey pictures are read as RGB with equal channels, and alpha as 1 where there is\n"
-                          "none. The result is 8-bit RGBA where the picture has alpha, else RGB.\n"
+                          "none. The result is 8-bit RGBA where the picture has alpha, else RGB; or grey,\n"
+                          "where the picture is grey and the result's channels are equal everywhere.\n"
                           "\n"
                           "With - as FILE standard input has PNG, PPM or PAM pictures one after another, or\n"
                           "raw frames (--raw); their results go to --out - as they come.\n"
@@ -91,8 +92,6 @@ void checkStreams(const FilterOptions& options)
     throw CLI::ValidationError("--out-dir", "takes files; give --out - for what comes from standard input");
   if (!reads && options.raw)
     throw CLI::ValidationError("--raw", "says what standard input has; give - as FILE");
-  if (!writes && options.format)
-    throw CLI::ValidationError("--format", "is for --out -; files are always PNG");
   if (reads && ::isatty(STDIN_FILENO) == 1)
     throw CLI::ValidationError("FILE", "- is standard input, which is a terminal; send pictures into it by a pipe");
   if (writes && ::isatty(STDOUT_FILENO) == 1)
@@ -110,6 +109,7 @@ void checkOptions(const FilterOptions& options)
   if (!options.out.empty() && options.files.size() > 1)
     throw CLI::ValidationError("--out", "takes one picture; give --out-dir for more");
   checkStreams(options);
+  checkOutputOptions(options.output, options.out);
 }
 
 /// The files that a run reads.
@@ -152,7 +152,7 @@ OmString outputOf(const OmString& picture, const FilterOptions& options)
   if (!options.out.empty())
     return options.out;
   std::filesystem::path name = std::filesystem::path(picture).filename();
-  return (options.outDirectory / name.replace_extension(".png")).string();
+  return (options.outDirectory / name.replace_extension(outputSuffix(options.output))).string();
 }
 
 /// Returns the file for each picture. Throws for one that cannot be written, before anything is.
@@ -198,8 +198,8 @@ std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, const std::v
                                       LibraryLog& log)
 {
   if (options.writesStream())
-    return std::make_unique<StreamSink>(options.format, options.compression, log);
-  return std::make_unique<FileSink>(outputs, options.compression, log);
+    return std::make_unique<StreamSink>(options.output, log);
+  return std::make_unique<FileSink>(outputs, options.output, log);
 }
 
 void filter(const FilterOptions& options, LibraryLog& log)
@@ -240,46 +240,28 @@ std::optional<RawFrames> readRawFrames(const OmString& text)
   return RawFrames{found->second, size->first, size->second};
 }
 
-/// A reader of words that each stand for a value.
-template <typename Value>
-auto wordReader(const std::map<OmString, Value>& words)
-{
-  return [words](const OmString& text)
-  {
-    const auto found = words.find(text);
-    return found == words.end() ? std::nullopt : std::optional(found->second);
-  };
-}
-
 } // namespace
 
 void addFilterCommand(CLI::App& program, LibraryLog& log)
 {
   CLI::App* const command = program.add_subcommand("filter", "Run a fragment shader over picture files");
   const auto options = std::make_shared<FilterOptions>();
-  command->add_option("FILE", options->files, "PNG, JPEG, PPM or PAM files, or - for a stream of pictures (no JPEG)")
+  command
+      ->add_option("FILE", options->files,
+                   "PNG, JPEG, WebP, TIFF, PPM or PAM files, or - for a stream of PNG, PPM or PAM pictures")
       ->type_name("");
   addFilterOptions(*command, options->filter);
-  const auto readOut = [](const OmString& text)
-  { return text == StandardStream ? std::optional(text) : readPngName(text); };
-  addParsedOption(*command, "--out", "OUT.png", options->out, readOut, PngNameForm + OmString(", or -"),
-                  "Write the result as PNG, or with - to standard output; takes one FILE");
-  command->add_option("--out-dir", options->outDirectory, "Write the results here under the files' names, as .png")
+  const auto readOut = [](const OmString& text) { return text.empty() ? std::nullopt : std::optional(text); };
+  addParsedOption(*command, "--out", "OUT.png", options->out, readOut, "the name of a file, or -",
+                  "Write the result in the format of the name's suffix, or with - to standard output; takes one FILE");
+  command
+      ->add_option("--out-dir", options->outDirectory,
+                   "Write the results here under the files' names, as .png or the suffix of --format")
       ->type_name("DIR");
   addParsedOption(*command, "--raw", "WxH:FORMAT", options->raw, readRawFrames,
                   "WxH:FORMAT with a size and one of rgb24, rgba and gray",
                   "Standard input has raw frames of this size in pixels and this format: rgb24, rgba or gray");
-  addParsedOption(*command, "--format", "png|ppm|pam|raw", options->format,
-                  wordReader<OmImageReaderWriter::Format>({{"png", OmImageReaderWriter::PNG},
-                                                           {"ppm", OmImageReaderWriter::PPM},
-                                                           {"pam", OmImageReaderWriter::PAM},
-                                                           {"raw", OmImageReaderWriter::Raw}}),
-                  "png, ppm, pam or raw", "What standard output gets (what standard input has; PNG for a file)");
-  addParsedOption(*command, "--compression", "fast|default|small", options->compression,
-                  wordReader<OmImageReaderWriter::Compression>({{"fast", OmImageReaderWriter::Fast},
-                                                                {"default", OmImageReaderWriter::Default},
-                                                                {"small", OmImageReaderWriter::Small}}),
-                  "fast, default or small", "How PNG is compressed");
+  addOutputOptions(*command, options->output);
   addParsedOption(
       *command, "--jobs", "N", options->jobs, [](const OmString& text) { return readCount(text, MostJobs); },
       "a number from 1 to " + std::to_string(MostJobs),

@@ -207,7 +207,7 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
 {
   CLI::App* const command = program.add_subcommand("show", "Show pictures one after another in a window");
   const auto options = std::make_shared<ShowCommand>();
-  command->add_option("FILE", options->files, "PNG or JPEG files")->type_name("");
+  command->add_option("FILE", options->files, "PNG, JPEG, WebP, TIFF, PPM or PAM files")->type_name("");
   addParsedOption(
       *command, "--seconds", "S", options->seconds, readSeconds, "a number from 0 to 1000000",
       "How long to show each picture (until the user goes on; 3 with --capture); with 0, show it and go on");

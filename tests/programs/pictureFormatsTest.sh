@@ -1,0 +1,112 @@
+#!/usr/bin/env bash
+# OmImageReaderWriter and other programs read each other's pictures. pictureFormatsTest.sh CONVERT_PICTURE
+set -uo pipefail
+
+for program in convert exiftool cwebp; do
+  type -P $program >/dev/null && continue
+  echo "skipped: it takes the packages imagemagick, libimage-exiftool-perl and webp"
+  exit 77
+done
+
+convertPicture=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+wrong() {
+  echo "FAILED: $*" >&2
+  failures=$((failures + 1))
+}
+
+# same FILE EXPECTED TOLERANCE: FILE is read as EXPECTED, of PPM or PAM, with no sample more than TOLERANCE apart.
+same() {
+  local largest mean
+  read -r largest mean < <("$convertPicture" --compare "$1" "$2") || { wrong "$1 is not like $2"; return; }
+  ((largest <= $3)) || wrong "$1 is read with differences of $largest, a mean of $mean"
+}
+
+# Photos on their side, in every orientation and by either byte order.
+upright=('' '' -flop '-rotate 180' -flip -transpose '-rotate 90' -transverse '-rotate 270')
+convert -size 37x23 gradient:red-blue \( -size 37x23 gradient:lime-black -rotate 90 -resize '37x23!' \) \
+  -compose screen -composite -depth 8 -strip plain.png
+convert plain.png -quality 95 plain.jpg
+cwebp -quiet -lossless plain.png -o plain.webp
+for orientation in 1 2 3 4 5 6 7 8; do
+  # shellcheck disable=SC2086
+  convert plain.png ${upright[orientation]} +repage "$orientation.ppm"
+  order=$( ((orientation % 3)) && echo II || echo MM)
+  for suffix in png jpg webp; do
+    cp plain.$suffix "$orientation.$suffix"
+    exiftool -q -n -overwrite_original "-Orientation=$orientation" "-ExifByteOrder=$order" "$orientation.$suffix"
+    same "$orientation.$suffix" "$orientation.ppm" "$([[ $suffix == jpg ]] && echo 12 || echo 0)"
+  done
+done
+
+# Pictures of other programs. Multiplying by alpha and back costs a unit or two.
+convert -size 70x45 plasma:red-blue -depth 8 -strip "PNG24:rgb.png"
+convert rgb.png \( -size 45x70 gradient: -rotate 90 \) -alpha off -compose copy_opacity -composite "PNG32:rgba.png"
+while read -r name tolerance options; do
+  # shellcheck disable=SC2086
+  convert $options "$name"
+  convert "${name}[0]" -colorspace srgb -depth 8 "PAM:expected.pam"
+  same "$name" expected.pam "$tolerance"
+done <<'END'
+strips.tif 0 rgb.png -define tiff:rows-per-strip=7
+lzw.tif 0 rgb.png -compress lzw -endian msb
+tiles.tif 0 rgb.png -compress zip -define tiff:tile-geometry=32x16
+deep.tif 0 rgb.png -depth 16
+deepTiles.tif 1 rgba.png -depth 16 -define tiff:tile-geometry=16x16
+planes.tif 0 rgb.png -interlace plane -define tiff:rows-per-strip=8
+deepPlanes.tif 1 rgba.png -depth 16 -interlace plane
+alpha.tif 1 rgba.png
+associated.tif 2 rgba.png -define tiff:alpha=associated
+grey.tif 0 rgb.png -colorspace gray -depth 4
+white.tif 0 rgb.png -colorspace gray -define quantum:polarity=min-is-white
+greyAlpha.tif 1 rgba.png -colorspace gray
+fax.tif 0 rgb.png -monochrome -compress group4
+palette.tif 1 rgb.png -colors 9 -type palette
+ink.tif 0 rgb.png -colorspace cmyk -depth 8
+jpeg.tif 1 rgb.png -compress jpeg
+pages.tif 0 rgb.png rgba.png -compress zip
+END
+convert rgb.png -orient left-bottom -compress zip turned.tif
+convert rgb.png -rotate 270 +repage expected.ppm
+same turned.tif expected.ppm 0
+for options in '-q 60' '-lossless -exact'; do
+  for name in rgb rgba; do
+    # shellcheck disable=SC2086
+    cwebp -quiet $options $name.png -o read.webp
+    dwebp -quiet -pam read.webp -o expected.pam
+    same read.webp expected.pam 0
+  done
+done
+
+# What others read of ours: without loss, or nearer the higher the quality. JPEG lies over white.
+convert rgb.png rgb.jpg.pam
+convert rgb.png rgb.webp.pam
+convert rgba.png rgba.webp.pam
+convert rgba.png -background white -alpha remove -alpha off rgba.jpg.pam
+for name in rgb rgba; do
+  "$convertPicture" $name.png written.webp
+  dwebp -quiet -pam written.webp -o read.pam
+  same read.pam $name.webp.pam 0
+  for suffix in webp jpg; do
+    previous=-1
+    for quality in 100 90 60 10; do
+      "$convertPicture" $name.png $quality.$suffix $quality
+      if [[ $suffix == webp ]]; then dwebp -quiet -pam $quality.webp -o read.pam; else convert $quality.jpg read.pam; fi
+      read -r _ mean < <("$convertPicture" --compare read.pam $name.$suffix.pam)
+      ((mean > previous && mean < 800000)) || wrong "$name.png as $suffix, quality $quality: $mean"
+      previous=$mean
+    done
+  done
+done
+[[ $(identify -format %Q 60.jpg) == 60 ]] || wrong "JPEG has another quality"
+convert rgb.png -colorspace gray -depth 8 grey.png
+"$convertPicture" grey.png grey.jpg
+samplings=$(exiftool -s3 -YCbCrSubSampling 90.jpg 60.jpg; exiftool -s3 -ColorComponents grey.jpg)
+[[ $(grep -o 'YCbCr.*\|^1$' <<<"$samplings" | tr '\n' ' ') == 'YCbCr4:4:4 (1 1) YCbCr4:2:0 (2 2) 1 ' ]] ||
+  wrong "JPEG's components: $samplings"
+
+[[ $failures == 0 ]]
