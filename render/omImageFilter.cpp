@@ -339,7 +339,7 @@ OmBoolean OmImageFilter::set(const OmString& setting)
   const auto read = OmUniformSetting::read(setting);
   if (read)
     m_work->set(*read);
-  return report(read ? "" : "the setting \"" + setting + "\" is not like name=1.5 or name=i3");
+  return report(read ? "" : "the setting \"" + setting + "\" is not like " + OmUniformSettingForms);
 }
 
 void OmImageFilter::setFloats(const OmString& name, const std::vector<float>& values)

@@ -37,6 +37,8 @@ class OmImage;
 ///     // passes: 2
 ///     // default: radius=3 (what follows the value is for readers)
 ///
+/// Values are written as for set().
+///
 /// The filter works in the context of the current window (OmWindow::getWindow()), and leaves GL there as it was:
 /// framebuffer, program, viewport, matrices, textures and the state of pixel transfers. Only GL errors that were
 /// pending are gone. Sampler objects, queries and transform feedback must not be active. If another context is current
@@ -57,8 +59,8 @@ public:
   struct Setting
   {
     OmString name;             ///< of the uniform; an element of an array is "name[1]"
-    std::vector<float> floats; ///< up to three, for float, vec2 and vec3
-    std::vector<int> integers; ///< up to two, for int, ivec2, bool and bvec2
+    std::vector<float> floats; ///< for float and vec2 to vec4; for mat2 to mat4 by rows
+    std::vector<int> integers; ///< for int and ivec2 to ivec4; for bool and bvec2 to bvec4, 1 being true
   };
 
   /// A filter without a shader. Opens nothing and makes no GL call.
@@ -76,13 +78,14 @@ public:
   /// The same with the text of a shader.
   OmBoolean loadShaderFromString(const OmString& source, OmShader::ShaderType type);
 
-  /// Sets a uniform from text: "radius=3.5" or "tint=1,0.5,0" for one to three floats, "count=i3" or "cell=i3,i4" for
-  /// one or two whole numbers. Returns false, with an error message, for any other text. Whether the shader has such a
-  /// uniform is seen by init() and run().
+  /// Sets a uniform from text. Its type says how many numbers it takes and of which kind: "radius=3.5", "count=3",
+  /// "tint=1,0.5,0", "on=true". The 4, 9 or 16 numbers of a matrix stand as one writes it, row by row. A number like
+  /// "i3" fits whole numbers alone. Returns false, with an error message, for a text of no such form. Whether the
+  /// shader has such a uniform, and of which type, is seen by init() and run().
   OmBoolean set(const OmString& setting);
-  /// Sets a uniform of one to three floats.
+  /// Sets a uniform of floats: float, vec2 to vec4, or mat2 to mat4 row by row. For bool and bvec2 to bvec4 0 is false.
   void setFloats(const OmString& name, const std::vector<float>& values);
-  /// Sets a uniform of one or two whole numbers.
+  /// Sets a uniform of whole numbers: int, ivec2 to ivec4, or bool and bvec2 to bvec4, for which 0 is false.
   void setIntegers(const OmString& name, const std::vector<int>& values);
   /// Whether set() takes the text.
   static OmBoolean isSetting(const OmString& text);

@@ -137,8 +137,8 @@ ln -s /proc/self/mem memory.frag # opens and cannot be read
 refuses 1 'cannot read "folder.frag": Is a directory' filter --shader folder chart.png "${o[@]}"
 refuses 1 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
 refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
-refuses 1 '"radios"' filter --shader blur --set radios=3 short.png "${o[@]}"
-refuses 1 '"radius"' filter --shader blur --set radius=1,2 short.png "${o[@]}"
+refuses 1 '"radios", or makes no use of it; it has radius (a float)' filter --shader blur --set radios=3 short.png "${o[@]}"
+refuses 1 'is a float, not 2 numbers' filter --shader blur --set radius=1,2 short.png "${o[@]}"
 refuses 1 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
 refuses 1 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
 refuses 1 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
@@ -164,7 +164,7 @@ refuses 1 "--size 99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[
 MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" filter --shader blur --float chart.png "${o[@]}"
 MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" filter --shader blur chart.png "${o[@]}"
 refuses 2 "--out" filter --shader blur chart.png table.png "${o[@]}"
-for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,2,3,4" "--set radius=3x" "--passes 0" "--size 0x3" \
+for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,,2" "--set radius=3x" "--passes 0" "--size 0x3" \
   "--texture lut" "--unknown"; do
   # shellcheck disable=SC2086
   refuses 2 "${option%% *}" filter --shader blur chart.png "${o[@]}" $option

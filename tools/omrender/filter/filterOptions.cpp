@@ -26,9 +26,9 @@ void addFilterOptions(CLI::App& command, FilterSettings& settings)
 {
   command.add_option("--shader", settings.shader, "The filter: a name from --list or the file of a fragment shader")
       ->type_name("NAME|FILE.frag");
-  addParsedOptions(command, "--set", "NAME=V[,V[,V]]", settings.uniforms, readUniformSetting,
-                   "NAME=V with one to three numbers, or NAME=iN or NAME=iN,iN with whole ones",
-                   "Set a uniform of floats; NAME=i3 or NAME=i3,i4 one of whole numbers");
+  addParsedOptions(command, "--set", "NAME=VALUE", settings.uniforms, readUniformSetting,
+                   "NAME=VALUE with numbers, as 3.5 or 1,0.5,0, or true and false",
+                   "Set a uniform: 3.5, 1,0.5,0 or true, as its type takes it; a matrix by rows");
   addParsedOptions(command, "--texture", "NAME=FILE", settings.textures, readTextureSetting, "NAME=FILE",
                    "Another picture for the shader, as the sampler NAME");
   addParsedOption(
