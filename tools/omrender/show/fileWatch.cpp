@@ -21,8 +21,9 @@ namespace
 // wait for that.
 constexpr long Pause = 40'000'000; // in ns
 
-constexpr OmU32 OnTheWay = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM;
-constexpr OmU32 OfTheFile = IN_CREATE | IN_MOVED_TO | IN_MODIFY | IN_CLOSE_WRITE;
+// Writing is asked for of the files alone, so that nothing is to be done when others in their directories are written.
+constexpr OmU32 OfDirectories = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_ONLYDIR;
+constexpr OmU32 OfFiles = IN_MODIFY | IN_CLOSE_WRITE;
 
 constexpr int MostLinks = 40; // as Linux itself
 
@@ -138,7 +139,8 @@ bool FileWatch::watchWay(std::size_t file)
       continue;
     }
     const std::filesystem::path path = directory / name;
-    if (!addStep(directory.string(), name, file, names.empty())) // before a look at it, so that no change is missed
+    const Step step = {-1, name, file, names.empty()};
+    if (!addStep(directory.string(), step, OfDirectories)) // before a look at it, so that no change is missed
       return false;
     if (std::filesystem::is_symlink(path, error))
     {
@@ -148,19 +150,21 @@ bool FileWatch::watchWay(std::size_t file)
         directory = "/";
       ++links;
     }
+    else if (step.isLast)
+      return addStep(path.string(), {-1, "", file, true}, OfFiles);
     else
       directory = path;
   }
   return true;
 }
 
-bool FileWatch::addStep(const OmString& directory, const OmString& name, std::size_t file, bool isLast)
+/// Returns false when inotify has no more watches.
+bool FileWatch::addStep(const OmString& path, const Step& step, OmU32 events)
 {
-  const OmU32 events = (isLast ? OfTheFile : OnTheWay) | IN_MASK_ADD | IN_ONLYDIR;
-  const int watch = ::inotify_add_watch(m_notify.get(), directory.c_str(), events);
+  const int watch = ::inotify_add_watch(m_notify.get(), path.c_str(), events | IN_MASK_ADD);
   if (watch == -1)
     return !isExhausted(errno);
-  m_steps.push_back({watch, name, file, isLast});
+  m_steps.push_back({watch, step.name, step.file, step.isLast});
   return true;
 }
 
@@ -169,15 +173,14 @@ bool FileWatch::takeEvents()
 {
   alignas(inotify_event) char buffer[8192];
   bool isMoved = false;
-  for (ssize_t size = 0; (size = ::read(m_notify.get(), buffer, sizeof buffer)) > 0;)
+  int reads = 64; // then others have their turn, however busy the directories are
+  for (ssize_t size = 0; reads > 0 && (size = ::read(m_notify.get(), buffer, sizeof buffer)) > 0; --reads)
     for (const char* at = buffer; at < buffer + size;)
     {
       const auto* const event = reinterpret_cast<const inotify_event*>(at);
       at += sizeof(inotify_event) + event->len;
-      if (event->mask & IN_Q_OVERFLOW)
-        isMoved = true;
-      else if (event->len > 0 && takeEvent(event->wd, event->mask, event->name))
-        isMoved = true;
+      const bool isOverflow = (event->mask & IN_Q_OVERFLOW) != 0; // some events are lost
+      isMoved |= isOverflow || takeEvent(event->wd, event->mask, event->len > 0 ? event->name : "");
     }
   return isMoved;
 }
@@ -189,7 +192,7 @@ bool FileWatch::takeEvent(int watch, OmU32 mask, const OmString& name)
   {
     if (step.watch != watch || step.name != name)
       continue;
-    if (mask & (step.isLast ? IN_CREATE | IN_MOVED_TO : OnTheWay)) // a link, perhaps
+    if (mask & (IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM)) // there is another file, or another directory or link
       isMoved = true;
     File& file = m_files[step.file];
     if (step.isLast && (mask & (IN_CLOSE_WRITE | IN_MOVED_TO)))

@@ -61,20 +61,20 @@ private:
     bool isChanged = false;
   };
 
-  /// A name in a directory that the way to a file leads through.
+  /// A name in a directory that the way to a file leads through, or the file itself.
   struct Step
   {
     int watch;
-    OmString name;
+    OmString name; ///< empty for the file itself
     std::size_t file;
-    bool isLast; ///< the file itself, not a directory or a link on the way
+    bool isLast; ///< the file's own name, not that of a directory or a link on the way
   };
 
   static Status statusOf(const OmString& file);
 
   void watchAll();
   bool watchWay(std::size_t file);
-  bool addStep(const OmString& directory, const OmString& name, std::size_t file, bool isLast);
+  bool addStep(const OmString& path, const Step& step, OmU32 events);
   bool takeEvents();
   bool takeEvent(int watch, OmU32 mask, const OmString& name);
   void takeTime();

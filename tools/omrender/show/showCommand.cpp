@@ -104,6 +104,14 @@ void checkOptions(const ShowCommand& options)
     throw CLI::ValidationError("--scale", "is for the user; --capture takes the picture pixel by pixel");
 }
 
+/// Throws for an option of a filter without one.
+void checkFilterOptions(const CLI::App& command)
+{
+  for (const char* const name : {"--set", "--texture", "--passes", "--size", "--float", "--vertex", "--watch"})
+    if (command.count(name) > 0 && command.count("--shader") == 0)
+      throw CLI::RequiresError(name, "--shader");
+}
+
 /// The files that a run with one picture reads.
 std::vector<OmString> inputs(const ShowCommand& options)
 {
@@ -221,13 +229,11 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
                   "Capture only this part of the window, X,Y from its top left corner; what overhangs is cut off");
   addFilterOptions(*command, options->filter);
   command->add_flag("--watch", options->watch, "Filter and show again whenever the shader or the picture is saved");
-  for (const char* const name : {"--set", "--texture", "--passes", "--size", "--float", "--vertex", "--watch"})
-    command->get_option(name)->needs("--shader");
   command->footer("Keys: right, down, space: next picture; left, up, backspace: previous one; Home, End:\n"
                   "first, last; +, -, wheel: zoom; drag: move; 1: pixel by pixel; 0: fit; f: full screen;\n"
                   "i: the file's data; q, Escape: close.\n"
-                  "With --shader: tab, shift-tab: choose a setting; up, down: change it, with shift ten\n"
-                  "times as much; s: write the picture; p: print the command that makes it.\n"
+                  "With --shader: tab, shift-tab: choose a setting; up, down: change it, with\n"
+                  "shift ten times as much; s: write the picture; p: print the command for it.\n"
                   "\n"
                   "Examples:\n"
                   "  omrender show photo.jpg\n"
@@ -236,5 +242,10 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
                   "  omrender show --shader my.frag --watch photo.jpg\n"
                   "  omrender show photo.jpg --seconds 0 --capture corner.png --block 0,0,100,80\n"
                   "  omrender show --backend egl photo.jpg --capture window.png    # no display");
-  command->callback([options, &log] { show(*options, log); });
+  command->callback(
+      [options, command, &log]
+      {
+        checkFilterOptions(*command);
+        show(*options, log);
+      });
 }

@@ -207,7 +207,7 @@ void Viewer::zoomAbout(const Point& pointer, int steps)
 {
   if (m_changed)
     showContent();
-  m_window.view().zoomAbout(pointer.x + 0.5, pointer.y + 0.5, steps);
+  m_window.view().zoomAbout(pointer.x, pointer.y, steps);
   m_drawn = false;
 }
 

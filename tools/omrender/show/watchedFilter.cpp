@@ -67,18 +67,18 @@ void WatchedFilter::run()
 {
   m_isDue = false;
   const OmImage& image = picture();
-  m_pipeline.run(image, name(), m_result);
+  m_pipeline.run(image, m_pictures.name(), m_result);
 }
 
 /// The picture to filter, as its file has it now or, if that cannot be read, had it before.
 const OmImage& WatchedFilter::picture()
 {
   const OmImage& image = m_pictures.image();
-  if (m_changedPictures.count(name()) == 0)
+  if (m_changedPictures.count(m_pictures.name()) == 0)
     return image;
-  if (m_ownName != name())
-    attempt([this] { readChanged(name()); });
-  return m_ownName == name() ? m_own : image;
+  if (m_ownName != m_pictures.name())
+    attempt([this] { readChanged(m_pictures.name()); });
+  return m_ownName == m_pictures.name() ? m_own : image;
 }
 
 void WatchedFilter::readChanged(const OmString& file)
