@@ -49,9 +49,17 @@ class OmImage;
 /// The hidden window needs no display: it is of EGL (OmWindow::ImplEGL) if that is the process's type
 /// (OmWindow::setImplType()) or DISPLAY is not set, otherwise of X11.
 ///
-/// One run costs one upload, one drawing for each pass, and one read. Images of the same size and channel count one
-/// after another use the same storage on the card and in memory. Needs shaders (OmGL::SupportShaders) and framebuffer
-/// objects (OmGL::SupportFBO). All operations belong on one thread, as those of windows do.
+/// Filters run one after another over an image by setNext():
+///
+/// \code
+///   const auto edges = std::make_shared<OmImageFilter>();
+///   if (!edges->loadShaderFromFile("edges.frag", OmShader::Fragment) || !filter.setNext(edges))
+///     return false;
+/// \endcode
+///
+/// One run, of a chain too, costs one upload, one drawing for each pass, and one read. Images of the same size and
+/// channel count one after another use the same storage on the card and in memory. Needs shaders (OmGL::SupportShaders)
+/// and framebuffer objects (OmGL::SupportFBO). All operations belong on one thread, as those of windows do.
 class OM_EXPORT OmImageFilter
 {
 public:
@@ -102,6 +110,16 @@ public:
   /// Sets the size of the result in pixels. If it is not that of the image, the first pass reads the image with
   /// GL_LINEAR filters. With a 0, as by default, the result has the size of the image.
   void setSize(OmU32 width, OmU32 height);
+
+  /// Hands the results on to another filter, and so on, before run() returns them: what comes out is what each of them
+  /// would make of the result of the one before, but the pictures stay on the card in between. Of this filter alone
+  /// setSize() and setOpaque() count, and the others work in its context. Where setFloatsBetweenPasses() has been
+  /// called with true, that filter also hands on floats; then the next one reads what a byte does not hold. Null: no
+  /// filter follows, as by default. Returns false, with an error message, if a filter would come after itself.
+  OmBoolean setNext(const std::shared_ptr<OmImageFilter>& next);
+  /// With true, the alpha of the images is 1 everywhere and says nothing, so that of the results does not either: each
+  /// filter of a chain reads alpha as 1, as it does for images without alpha.
+  void setOpaque(OmBoolean opaque);
 
   /// Does what run() would do before its first image: opens the hidden window if no window is current, compiles, links,
   /// sets uniforms and loads pictures. Returns false, with an error message, if there is no shader, if it does not

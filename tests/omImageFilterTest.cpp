@@ -330,6 +330,74 @@ TEST(omImageFilterTest, PicturesAndSizes)
   EXPECT_EQ(wrongBytes(*enlarged, dots, dots), 0u);
 }
 
+TEST(omImageFilterTest, ChainsAreTheirFiltersOneAfterAnother)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  constexpr char Times8[] = "uniform sampler2D image; uniform float f; void main() { gl_FragColor = "
+                            "texture2D(image, gl_TexCoord[0].st) * f - 3.0; }";
+  constexpr char By8[] = "uniform sampler2D image; uniform float f; void main() { gl_FragColor = (3.0 + "
+                         "texture2D(image, gl_TexCoord[0].st)) / f; }";
+  constexpr char Add[] = "uniform sampler2D image, b; void main() { gl_FragColor = "
+                         "texture2D(image, gl_TexCoord[0].st) * 0.75 + 0.5 * texture2D(b, vec2(0.5)); }";
+  for (const std::vector<const char*>& sources :
+       std::vector<std::vector<const char*>>{{Negative, Shift}, {Add, Shift, Add, Negative}, {Times8, By8}})
+    for (const OmU32 channels : {1u, 2u, 3u, 4u})
+    {
+      SCOPED_TRACE(OmString(sources[0]) + ", " + std::to_string(channels) + " channels");
+      const bool isFloat = sources[0] == Times8;
+      std::vector<std::shared_ptr<OmImageFilter>> filters;
+      const OmImage image = makePicture(channels, 37, 23);
+      OmImage wanted = image;
+      for (const char* const source : sources)
+      {
+        filters.push_back(filterOf(source));
+        filters.back()->setFloatsBetweenPasses(isFloat);
+        if (isFloat)
+          filters.back()->set("f=8");
+        if (source == Add)
+          filters.back()->setPicture("b", makePicture(4, 1, 1, static_cast<OmU32>(filters.size())));
+        OmImage next;
+        ASSERT_TRUE(filters.back()->run(wanted, next));
+        wanted = next;
+      }
+      for (std::size_t i = sources.size() - 1; i > 0; --i)
+        ASSERT_TRUE(filters[i - 1]->setNext(filters[i]));
+      for (int run = 0; run < 2; ++run)
+      {
+        const PrintCapture print;
+        EXPECT_EQ(wrongBytes(*filters[0], image, isFloat ? expected(image) : wanted), 0u);
+        EXPECT_TRUE(run == 0 || print.messages() == (Messages{{2, "Reusing texture.\n"}})); // the one upload
+      }
+    }
+
+  // Alpha that is said to be nothing is 1 again for the next.
+  const auto alpha = filterOf("void main() { gl_FragColor = vec4(0.2); }");
+  const std::shared_ptr<OmImageFilter> reader =
+      filterOf("uniform sampler2D image; uniform float f; void main() { gl_FragColor = texture2D(image, "
+               "gl_TexCoord[0].st).aaaa * f; }");
+  reader->set("f=1");
+  ASSERT_TRUE(alpha->setNext(reader));
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{51, 51, 51, 51}));
+  alpha->setOpaque(true);
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{255, 255, 255, 255}));
+  reader->set("f=0.4");
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{102, 102, 102, 102}));
+  alpha->setOpaque(false);
+
+  const std::shared_ptr<OmImageFilter> bad = filterOf("nonsense");
+  ASSERT_TRUE(reader->setNext(bad));
+  {
+    const PrintCapture print(4);
+    EXPECT_FALSE(bad->setNext(reader) || reader->setNext(reader));
+    EXPECT_TRUE(colour(*alpha).empty());
+    ASSERT_EQ(print.messages().size(), 3u);
+    EXPECT_EQ(print.messages()[2].second.find("OmImageFilter: cannot compile"), 0u);
+  }
+  EXPECT_TRUE(reader->setNext(nullptr));
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{20, 20, 20, 20}));
+}
+
 TEST(omImageFilterTest, FailuresLeaveTheResult)
 {
   const auto window = open();
@@ -531,8 +599,13 @@ TEST(omImageFilterTest, WithoutAWindowAHiddenOneIsUsed)
       unsetenv("DISPLAY");
     auto filter = filterOf(Negative);
     auto other = filterOf(Shift);
+    const std::shared_ptr<OmImageFilter> next = filterOf(Negative); // was in a window of its own
+    const auto chain = filterOf(Negative);
+    EXPECT_EQ(wrongBytes(*next, image, expected(image, 0, 0, 255)), 0u);
+    EXPECT_TRUE(chain->setNext(next));
     for (int run = 0; run < 2; ++run)
     {
+      EXPECT_EQ(wrongBytes(*chain, image, expected(image)), 0u);
       EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
       EXPECT_EQ(OmWindow::getWindow(), nullptr);
       EXPECT_EQ(glGetString(GL_VERSION), nullptr);
