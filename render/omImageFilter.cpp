@@ -101,14 +101,21 @@ bool report(const OmString& failure)
 class OmImageFilter::Work
 {
 public:
-  OmFilterContext context; // outlives what lives in it
+  std::shared_ptr<OmFilterContext> context = std::make_shared<OmFilterContext>(); // outlives what lives in it
+  std::shared_ptr<OmImageFilter> next;
   std::optional<OmFilterShader> fragment;
   std::optional<OmFilterShader> vertex;
   std::vector<OmUniformSetting> settings;
   std::vector<Picture> pictures;
   std::vector<OmString> pictureNames;
-  OmFilterRun wanted;
+  OmU32 passes = 0; ///< as many as the shader asks for
+  bool floats = false;
+  OmU32 width = 0; ///< of the result; that of the image
+  OmU32 height = 0;
+  bool isOpaque = false;
 
+  std::vector<Work*> chain();
+  bool setNext(const std::shared_ptr<OmImageFilter>& filter);
   OmString load(const OmFilterShader& shader, OmShader::ShaderType type);
   void set(const OmUniformSetting& setting);
   void setPicture(const OmString& name, const OmImage& image);
@@ -119,13 +126,16 @@ public:
   std::vector<OmUniformSetting> currentSettings() const { return m_program->settings(); }
 
 private:
+  void moveTo(const std::shared_ptr<OmFilterContext>& home);
+  void forget();
   OmString checkCard() const;
   OmString prepare();
   OmString compile();
   OmString setUniforms() const;
   OmString loadPictures();
   OmString missingPicture() const;
-  OmString runPasses(const OmImage& image, OmImage& result);
+  OmFilterStep step() const { return {m_program.get(), &m_textures, passes == 0 ? fragment->passes : passes, floats}; }
+  OmString runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result);
 
   OmShareGroup m_home; ///< the context in which the following lives
   std::unique_ptr<OmFilterProgram> m_program;
@@ -134,6 +144,44 @@ private:
   bool m_areUniformsSet = false;
   bool m_arePicturesLoaded = false;
 };
+
+/// This filter and those behind it.
+std::vector<OmImageFilter::Work*> OmImageFilter::Work::chain()
+{
+  std::vector<Work*> links = {this};
+  while (links.back()->next)
+    links.push_back(links.back()->next->m_work.get());
+  return links;
+}
+
+/// Returns false if that would make a circle.
+bool OmImageFilter::Work::setNext(const std::shared_ptr<OmImageFilter>& filter)
+{
+  const std::vector<Work*> links = filter ? filter->m_work->chain() : std::vector<Work*>();
+  if (std::find(links.begin(), links.end(), this) != links.end())
+    return false;
+  next = filter;
+  for (Work* const link : links)
+    link->moveTo(context);
+  return true;
+}
+
+/// Works in a hidden window with other filters.
+void OmImageFilter::Work::moveTo(const std::shared_ptr<OmFilterContext>& home)
+{
+  if (home == context)
+    return;
+  forget(); // before its window closes
+  context = home;
+}
+
+void OmImageFilter::Work::forget()
+{
+  m_program.reset();
+  m_passes.reset();
+  m_textures.clear();
+  m_home = OmShareGroup();
+}
 
 OmString OmImageFilter::Work::load(const OmFilterShader& shader, OmShader::ShaderType type)
 {
@@ -164,14 +212,22 @@ void OmImageFilter::Work::setPicture(const OmString& name, const OmImage& image)
 template <typename Job>
 bool OmImageFilter::Work::inContext(Job job)
 {
-  const OmFilterContext::Use use(context);
+  const OmFilterContext::Use use(*context);
   if (!use.isCurrent())
     return false;
-  OmString failure = checkCard();
+  OmString failure;
+  const std::vector<Work*> links = chain();
+  for (const Work* const link : links)
+    if (failure.empty())
+      failure = link->checkCard();
   if (!failure.empty())
     return report(failure);
   const OmCallerState state;
-  failure = state.isSaved() ? prepare() : "GL's stack of attributes is full; pop some before";
+  if (!state.isSaved())
+    failure = "GL's stack of attributes is full; pop some before";
+  for (Work* const link : links)
+    if (failure.empty())
+      failure = link->prepare();
   return report(failure.empty() ? job() : failure);
 }
 
@@ -185,7 +241,7 @@ OmString OmImageFilter::Work::checkCard() const
   } needs[] = {
       {true, OmGL::SupportShaders, "filters need shaders"},
       {true, OmGL::SupportFBO, "filters need framebuffer objects"},
-      {wanted.floats, OmGL::SupportFloatTexture, "floats between the passes need float textures"},
+      {floats, OmGL::SupportFloatTexture, "floats between the passes need float textures"},
   };
   for (const auto& need : needs)
     if (need.isNeeded && !OmGL::isSupported(need.capability))
@@ -197,9 +253,7 @@ OmString OmImageFilter::Work::prepare()
 {
   if (!m_home.isCurrent())
   {
-    m_program.reset();
-    m_passes.reset();
-    m_textures.clear();
+    forget();
     m_home = OmShareGroup::currentContext();
   }
   if (!fragment)
@@ -280,21 +334,8 @@ OmString OmImageFilter::Work::missingPicture() const
 
 OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
 {
-  OmString failure = missingPicture();
-  if (!failure.empty())
-    return failure;
-  OmU32 unit = 0; // the image has unit 0
-  for (const OmPictureTexture& texture : m_textures)
-    texture.bind(++unit);
-  return image.isFlipped() ? runPasses(upright(image), result) : runPasses(image, result);
-}
-
-OmString OmImageFilter::Work::runPasses(const OmImage& image, OmImage& result)
-{
-  OmFilterRun filterRun = wanted;
-  if (filterRun.passes == 0)
-    filterRun.passes = fragment->passes;
-  if (filterRun.width == 0 || filterRun.height == 0)
+  OmFilterRun filterRun = {{}, width, height, image.channels() % 2 == 0 && !isOpaque};
+  if (width == 0 || height == 0)
   {
     filterRun.width = image.width();
     filterRun.height = image.height();
@@ -302,13 +343,24 @@ OmString OmImageFilter::Work::runPasses(const OmImage& image, OmImage& result)
   OmString failure = imageFailure("the image", image);
   if (failure.empty())
     failure = sizeFailure("the result", filterRun.width, filterRun.height);
+  for (const Work* const link : chain())
+  {
+    if (failure.empty())
+      failure = link->missingPicture();
+    filterRun.steps.push_back(link->step());
+  }
   if (!failure.empty())
     return failure;
+  return image.isFlipped() ? runSteps(upright(image), filterRun, result) : runSteps(image, filterRun, result);
+}
+
+OmString OmImageFilter::Work::runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)
+{
   // Only success keeps the storage: a failure may have left it undefined.
-  std::unique_ptr<OmFilterPasses> passes = m_passes ? std::move(m_passes) : std::make_unique<OmFilterPasses>();
-  failure = passes->run(*m_program, image, filterRun, result);
+  std::unique_ptr<OmFilterPasses> steps = m_passes ? std::move(m_passes) : std::make_unique<OmFilterPasses>();
+  OmString failure = steps->run(image, filterRun, result);
   if (failure.empty())
-    m_passes = std::move(passes);
+    m_passes = std::move(steps);
   return failure;
 }
 
@@ -339,7 +391,7 @@ OmBoolean OmImageFilter::set(const OmString& setting)
   const auto read = OmUniformSetting::read(setting);
   if (read)
     m_work->set(*read);
-  return report(read ? "" : "the setting \"" + setting + "\" is not like name=1.5 or name=i3");
+  return report(read ? "" : "the setting \"" + setting + "\" is not like " + OmUniformSettingForms);
 }
 
 void OmImageFilter::setFloats(const OmString& name, const std::vector<float>& values)
@@ -364,18 +416,28 @@ void OmImageFilter::setPicture(const OmString& name, const OmImage& picture)
 
 void OmImageFilter::setPasses(OmU32 passes)
 {
-  m_work->wanted.passes = passes;
+  m_work->passes = passes;
 }
 
 void OmImageFilter::setFloatsBetweenPasses(OmBoolean floats)
 {
-  m_work->wanted.floats = floats;
+  m_work->floats = floats;
 }
 
 void OmImageFilter::setSize(OmU32 width, OmU32 height)
 {
-  m_work->wanted.width = width;
-  m_work->wanted.height = height;
+  m_work->width = width;
+  m_work->height = height;
+}
+
+OmBoolean OmImageFilter::setNext(const std::shared_ptr<OmImageFilter>& next)
+{
+  return report(m_work->setNext(next) ? "" : "a filter cannot come after itself; make another one of the same shader");
+}
+
+void OmImageFilter::setOpaque(OmBoolean opaque)
+{
+  m_work->isOpaque = opaque;
 }
 
 const std::vector<OmString>& OmImageFilter::pictureNames() const
@@ -403,7 +465,7 @@ std::vector<OmImageFilter::Setting> OmImageFilter::settings()
 
 OmU32 OmImageFilter::largestSide()
 {
-  const OmFilterContext::Use use(m_work->context);
+  const OmFilterContext::Use use(*m_work->context);
   return use.isCurrent() ? largestSideHere() : 0;
 }
 

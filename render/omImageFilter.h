@@ -37,6 +37,8 @@ class OmImage;
 ///     // passes: 2
 ///     // default: radius=3 (what follows the value is for readers)
 ///
+/// Values are written as for set().
+///
 /// The filter works in the context of the current window (OmWindow::getWindow()), and leaves GL there as it was:
 /// framebuffer, program, viewport, matrices, textures and the state of pixel transfers. Only GL errors that were
 /// pending are gone. Sampler objects, queries and transform feedback must not be active. If another context is current
@@ -47,9 +49,17 @@ class OmImage;
 /// The hidden window needs no display: it is of EGL (OmWindow::ImplEGL) if that is the process's type
 /// (OmWindow::setImplType()) or DISPLAY is not set, otherwise of X11.
 ///
-/// One run costs one upload, one drawing for each pass, and one read. Images of the same size and channel count one
-/// after another use the same storage on the card and in memory. Needs shaders (OmGL::SupportShaders) and framebuffer
-/// objects (OmGL::SupportFBO). All operations belong on one thread, as those of windows do.
+/// Filters run one after another over an image by setNext():
+///
+/// \code
+///   const auto edges = std::make_shared<OmImageFilter>();
+///   if (!edges->loadShaderFromFile("edges.frag", OmShader::Fragment) || !filter.setNext(edges))
+///     return false;
+/// \endcode
+///
+/// One run, of a chain too, costs one upload, one drawing for each pass, and one read. Images of the same size and
+/// channel count one after another use the same storage on the card and in memory. Needs shaders (OmGL::SupportShaders)
+/// and framebuffer objects (OmGL::SupportFBO). All operations belong on one thread, as those of windows do.
 class OM_EXPORT OmImageFilter
 {
 public:
@@ -57,8 +67,8 @@ public:
   struct Setting
   {
     OmString name;             ///< of the uniform; an element of an array is "name[1]"
-    std::vector<float> floats; ///< up to three, for float, vec2 and vec3
-    std::vector<int> integers; ///< up to two, for int, ivec2, bool and bvec2
+    std::vector<float> floats; ///< for float and vec2 to vec4; for mat2 to mat4 by rows
+    std::vector<int> integers; ///< for int and ivec2 to ivec4; for bool and bvec2 to bvec4, 1 being true
   };
 
   /// A filter without a shader. Opens nothing and makes no GL call.
@@ -76,13 +86,14 @@ public:
   /// The same with the text of a shader.
   OmBoolean loadShaderFromString(const OmString& source, OmShader::ShaderType type);
 
-  /// Sets a uniform from text: "radius=3.5" or "tint=1,0.5,0" for one to three floats, "count=i3" or "cell=i3,i4" for
-  /// one or two whole numbers. Returns false, with an error message, for any other text. Whether the shader has such a
-  /// uniform is seen by init() and run().
+  /// Sets a uniform from text. Its type says how many numbers it takes and of which kind: "radius=3.5", "count=3",
+  /// "tint=1,0.5,0", "on=true". The 4, 9 or 16 numbers of a matrix stand as one writes it, row by row. A number like
+  /// "i3" fits whole numbers alone. Returns false, with an error message, for a text of no such form. Whether the
+  /// shader has such a uniform, and of which type, is seen by init() and run().
   OmBoolean set(const OmString& setting);
-  /// Sets a uniform of one to three floats.
+  /// Sets a uniform of floats: float, vec2 to vec4, or mat2 to mat4 row by row. For bool and bvec2 to bvec4 0 is false.
   void setFloats(const OmString& name, const std::vector<float>& values);
-  /// Sets a uniform of one or two whole numbers.
+  /// Sets a uniform of whole numbers: int, ivec2 to ivec4, or bool and bvec2 to bvec4, for which 0 is false.
   void setIntegers(const OmString& name, const std::vector<int>& values);
   /// Whether set() takes the text.
   static OmBoolean isSetting(const OmString& text);
@@ -99,6 +110,16 @@ public:
   /// Sets the size of the result in pixels. If it is not that of the image, the first pass reads the image with
   /// GL_LINEAR filters. With a 0, as by default, the result has the size of the image.
   void setSize(OmU32 width, OmU32 height);
+
+  /// Hands the results on to another filter, and so on, before run() returns them: what comes out is what each of them
+  /// would make of the result of the one before, but the pictures stay on the card in between. Of this filter alone
+  /// setSize() and setOpaque() count, and the others work in its context. Where setFloatsBetweenPasses() has been
+  /// called with true, that filter also hands on floats; then the next one reads what a byte does not hold. Null: no
+  /// filter follows, as by default. Returns false, with an error message, if a filter would come after itself.
+  OmBoolean setNext(const std::shared_ptr<OmImageFilter>& next);
+  /// With true, the alpha of the images is 1 everywhere and says nothing, so that of the results does not either: each
+  /// filter of a chain reads alpha as 1, as it does for images without alpha.
+  void setOpaque(OmBoolean opaque);
 
   /// Does what run() would do before its first image: opens the hidden window if no window is current, compiles, links,
   /// sets uniforms and loads pictures. Returns false, with an error message, if there is no shader, if it does not

@@ -37,6 +37,11 @@ void main()
 echo 'uniform sampler2D image; uniform vec2 imageSize; uniform vec2 texelSize;
 void main() { gl_FragColor = texture2D(image, abs(imageSize * texelSize - gl_TexCoord[0].st)); }' >turn.frag
 
+echo 'uniform sampler2D image; uniform float by;
+void main() { vec4 c = texture2D(image, gl_TexCoord[0].st); gl_FragColor = vec4(c.gbr * c.a, c.a * by); }' >fade.frag
+echo 'uniform sampler2D image; uniform float by;
+void main() { gl_FragColor = by * texture2D(image, gl_TexCoord[0].st); }' >times.frag
+
 for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
   export MESA_EXTENSION_OVERRIDE=$lacking
   filters identity "" [1-4]-*.png chart.png "$fixtures/rgb.jpg"
@@ -58,6 +63,17 @@ for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
   "$omrender" filter --shader identity --size 3x5 3-1-1.png --out large.png && [[ $("$omdemo" size large.png) == "3 5" ]] &&
     "$omdemo" compare large.png 3-1-1.png 0,0,1,1 >stdout && "$omdemo" compare large.png 3-1-1.png 2,4,1,1 >stdout ||
     wrong "--size: $(cat stdout)"
+  # A chain makes what its filters make one after another; this one changes alpha and reads it.
+  for picture in chart.png 3-37-23.png 4-5-3.png 1-3-2.png 2-7-5.png "$fixtures/rgb.jpg"; do
+    "$omrender" filter --shader blur --set radius=2 "$picture" --out 1.png &&
+      "$omrender" filter --shader fade --set by=0.4 1.png --out 2.png &&
+      "$omrender" filter --shader lut --texture lut=table.png 2.png --out 3.png &&
+      "$omrender" filter --shader fade --set by=0.7 --passes 2 3.png --out steps.png &&
+      "$omrender" filter --set radius=2 --shader blur --shader fade --set by=0.4 --shader lut --texture lut=table.png \
+        --shader fade --passes 2 --set by=0.7 "$picture" --out chain.png && cmp steps.png chain.png || wrong "a chain: $picture"
+  done
+  "$omrender" filter --shader times --set by=8 --shader times --set by=0.125 --float 3-37-23.png --out out.png &&
+    "$omdemo" compare 3-37-23.png out.png >stdout || wrong "floats in a chain: $(cat stdout)"
 done
 unset MESA_EXTENSION_OVERRIDE
 
@@ -137,8 +153,8 @@ ln -s /proc/self/mem memory.frag # opens and cannot be read
 refuses 1 'cannot read "folder.frag": Is a directory' filter --shader folder chart.png "${o[@]}"
 refuses 1 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
 refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
-refuses 1 '"radios"' filter --shader blur --set radios=3 short.png "${o[@]}"
-refuses 1 '"radius"' filter --shader blur --set radius=1,2 short.png "${o[@]}"
+refuses 1 '"radios", or makes no use of it; it has radius (a float)' filter --shader blur --set radios=3 short.png "${o[@]}"
+refuses 1 'is a float, not 2 numbers' filter --shader blur --set radius=1,2 short.png "${o[@]}"
 refuses 1 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
 refuses 1 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
 refuses 1 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
@@ -163,8 +179,10 @@ refuses 1 "--size 99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[
 (trap '' XFSZ; ulimit -f 1; refuses 1 "File too large" filter --shader blur chart.png "${o[@]}"; exit "$failures") || failures=1
 MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" filter --shader blur --float chart.png "${o[@]}"
 MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" filter --shader blur chart.png "${o[@]}"
+refuses 1 '"fade.frag" has no uniform "radius"' filter --shader blur --shader fade --set radius=2 chart.png "${o[@]}"
+refuses 2 "twice for one" filter --shader blur --passes 2 --passes 3 chart.png "${o[@]}"
 refuses 2 "--out" filter --shader blur chart.png table.png "${o[@]}"
-for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,2,3,4" "--set radius=3x" "--passes 0" "--size 0x3" \
+for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,,2" "--set radius=3x" "--passes 0" "--size 0x3" \
   "--texture lut" "--unknown"; do
   # shellcheck disable=SC2086
   refuses 2 "${option%% *}" filter --shader blur chart.png "${o[@]}" $option

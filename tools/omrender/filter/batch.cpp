@@ -103,7 +103,11 @@ bool Batch::filterNext(Lock& lock)
       std::find_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Read; });
   if (next == m_items.end() || next->state != State::Read)
     return false;
-  const auto filter = [this](Item& item) { m_pipeline.run(item.image, item.input->header().file, item.image); };
+  const auto filter = [this](Item& item)
+  {
+    const PictureFile& header = item.input->header();
+    m_pipeline.run(item.image, header.file, !header.hasAlpha(), item.image);
+  };
   perform(*next, State::Filtering, State::Filtered, lock, filter);
   return true;
 }

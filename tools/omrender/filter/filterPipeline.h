@@ -23,17 +23,26 @@ struct TextureSetting
   OmString file;
 };
 
-/// What a filter does to every picture.
-struct FilterSettings
+/// One of the shaders that a picture goes through, and what it is given.
+struct ShaderSettings
 {
-  OmString shader;                ///< as for findShader()
+  OmString name;                  ///< as for findShader()
   OmString vertex;                ///< as for findShader(); empty for the library's own
   std::vector<OmString> uniforms; ///< as for OmImageFilter::set()
   std::vector<TextureSetting> textures;
-  std::optional<int> passes;                   ///< as many as the shader asks for by default
+  std::optional<int> passes; ///< as many as the shader asks for by default
+};
+
+/// What a filter does to every picture.
+struct FilterSettings
+{
+  std::vector<ShaderSettings> shaders =
+      std::vector<ShaderSettings>(1);          ///< one after another; the first may lack a name
   std::optional<std::pair<OmU32, OmU32>> size; ///< of the result, in pixels; that of the picture by default
-  bool floats = false;                         ///< 32-bit floats between the passes
+  bool floats = false;                         ///< 32-bit floats between the passes and the shaders
   BackEndChoice backEnd;
+
+  bool hasShader() const { return !shaders.front().name.empty(); }
 };
 
 /// A filter as the user has set it, over pictures and off screen. Its operations leave the current window current.
@@ -47,27 +56,35 @@ public:
   OmU32 largestSide() const { return m_largestSide; }
   /// Throws a Failure when the picture or its result is larger than the card can hold.
   void checkPicture(const PictureFile& picture) const;
-  /// Filters as OmImageFilter::run() does. `file` is for messages. Throws a Failure when the filter cannot run.
-  void run(const OmImage& image, const OmString& file, OmImage& result);
+  /// Filters as OmImageFilter::run() does. `file` is for messages; `isOpaque` as for OmImageFilter::setOpaque(). Throws
+  /// a Failure when the filter cannot run.
+  void run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result);
 
   /// Makes the filter again from its files, without the uniforms that were set. Reads only those pictures of --texture
   /// again that are among the files that changed. Throws a Failure, and the filter before stays.
   void reload(const std::vector<OmString>& changed);
-  /// The settings of the shader with the values that they have when nobody sets them.
+  /// The settings with the values that they have when nobody sets them. In a chain, the number of the shader, from 1,
+  /// goes before a setting's name: "2:radius".
   const std::vector<OmImageFilter::Setting>& defaults() const { return m_defaults; }
-  /// The settings of the shader with the values that they have now.
+  /// The settings with the values that they have now.
   std::vector<OmImageFilter::Setting> settings();
   /// Sets a uniform that is among the defaults.
   void set(const OmImageFilter::Setting& setting);
+  /// The number of the shader, from 0, that a setting belongs to, and the setting's name there.
+  static std::pair<std::size_t, OmString> place(const OmString& setting);
 
 private:
+  using Filters = std::vector<std::shared_ptr<OmImageFilter>>;         ///< one for each shader
   using Pictures = std::map<OmString, std::shared_ptr<const OmImage>>; ///< by file
 
   void openWindow();
   void checkCapabilities() const;
   void loadShader(OmImageFilter& filter, const OmString& name, const OmString& suffix, OmShader::ShaderType type);
-  void makeFilter(const std::vector<OmString>& uniforms, Pictures pictures);
-  void checkTextures(const OmImageFilter& filter) const;
+  void makeFilters(bool withUniforms, Pictures pictures);
+  std::shared_ptr<OmImageFilter> makeFilter(const ShaderSettings& settings);
+  void setTextures(OmImageFilter& filter, const ShaderSettings& settings, Pictures& pictures);
+  static void checkTextures(const OmImageFilter& filter, const ShaderSettings& settings);
+  std::vector<OmImageFilter::Setting> settingsOf(const Filters& filters) const;
   void check(bool succeeded);
 
   const FilterSettings m_settings;
@@ -75,7 +92,7 @@ private:
   OmSimpleWindow m_window; // outlives what lives in its context
   GLInformation m_gl;
   Pictures m_pictures;
-  std::unique_ptr<OmImageFilter> m_filter;
+  Filters m_filters;
   std::vector<OmImageFilter::Setting> m_defaults;
   OmU32 m_largestSide = 0; ///< of a picture or a result, in pixels
 };

@@ -25,15 +25,19 @@ OmString fileWord(const OmString& file)
 
 OmString filterCommandLine(const FilterSettings& settings, const OmString& picture, const OmString& out)
 {
-  OmString line = "omrender filter --shader " + fileWord(settings.shader);
-  if (!settings.vertex.empty())
-    line += " --vertex " + fileWord(settings.vertex);
-  for (const OmString& uniform : settings.uniforms)
-    line += " --set " + shellWord(uniform);
-  for (const TextureSetting& texture : settings.textures)
-    line += " --texture " + shellWord(texture.name + '=' + texture.file);
-  if (settings.passes)
-    line += " --passes " + std::to_string(*settings.passes);
+  OmString line = "omrender filter";
+  for (const ShaderSettings& shader : settings.shaders)
+  {
+    line += " --shader " + fileWord(shader.name);
+    if (!shader.vertex.empty())
+      line += " --vertex " + fileWord(shader.vertex);
+    for (const OmString& uniform : shader.uniforms)
+      line += " --set " + shellWord(uniform);
+    for (const TextureSetting& texture : shader.textures)
+      line += " --texture " + shellWord(texture.name + '=' + texture.file);
+    if (shader.passes)
+      line += " --passes " + std::to_string(*shader.passes);
+  }
   if (settings.size)
     line += " --size " + std::to_string(settings.size->first) + 'x' + std::to_string(settings.size->second);
   if (settings.floats)

@@ -94,7 +94,7 @@ void checkOptions(const ShowCommand& options)
   const bool isEGL = options.backend->queried == OmWindow::ImplEGL;
   if (isEGL && options.capture.empty())
     throw CLI::ValidationError("--backend", "egl opens a window that cannot be seen; give --capture OUT.png as well");
-  if (!isEGL && !options.device.empty() && options.filter.shader.empty())
+  if (!isEGL && !options.device.empty() && !options.filter.hasShader())
     throw CLI::ValidationError("--device", "names a device of EGL; give --backend egl or --shader as well");
   if (options.block && options.capture.empty())
     throw CLI::ValidationError("--block", "says which part to capture; give --capture OUT.png as well");
@@ -116,7 +116,7 @@ void checkFilterOptions(const CLI::App& command)
 std::vector<OmString> inputs(const ShowCommand& options)
 {
   std::vector<OmString> files = options.files;
-  if (!options.filter.shader.empty())
+  if (options.filter.hasShader())
     for (const OmString& file : filterFiles(options.filter))
       files.push_back(file);
   return files;
@@ -175,7 +175,7 @@ void show(const ShowCommand& options, LibraryLog& log)
   OmWindow::Impl::EGL::setDevice(options.device);
   checkSizes(shown, queryGL(log));
   PictureFiles files(pictures, options.title, log);
-  if (options.filter.shader.empty())
+  if (!options.filter.hasShader())
     options.backend->show(options, files, log);
   else
     showFiltered(options, files, log);
