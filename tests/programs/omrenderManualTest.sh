@@ -34,7 +34,8 @@ done
 
 # Each example, without waiting for anybody, with every picture that one of them names.
 "$omdemo" chart chart.png || wrong "chart"
-mkdir examples pictures
+mkdir -p examples pictures/photos
+cp chart.png pictures/photos
 awk '/^\.Sh / { inside = $2 == "EXAMPLES" } inside && /^\.Ed/ { block = 0 } block { print >("examples/" count) }
   inside && /^\.Bd/ { block = 1; ++count }' manual
 [[ $(ls examples | wc -l) -ge 8 ]] || wrong "examples: found $(ls examples)"
