@@ -2,6 +2,7 @@
 
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
+#include "image/omImageScaling.h"
 #include "render/filter/omCallerState.h"
 #include "render/filter/omFilterContext.h"
 #include "render/filter/omFilterPasses.h"
@@ -69,14 +70,14 @@ OmString sizeFailure(const OmString& what, OmU32 width, OmU32 height)
          renderer() + "; scale it down first";
 }
 
-/// Why an image cannot be uploaded; an empty text if it can.
+/// Why an image cannot be filtered; an empty text if it can, scaled where it must be.
 OmString imageFailure(const OmString& what, const OmImage& image)
 {
   if (!image.data())
     return what + " has no pixels";
   if (image.channels() > 4)
     return what + " has " + std::to_string(image.channels()) + " channels, and filters take 1 to 4";
-  return sizeFailure(what, image.width(), image.height());
+  return "";
 }
 
 /// A copy in which the pixels are in use, not the flipped copy.
@@ -135,6 +136,7 @@ private:
   OmString loadPictures();
   OmString missingPicture() const;
   OmFilterStep step() const { return {m_program.get(), &m_textures, passes == 0 ? fragment->passes : passes, floats}; }
+  OmString runScaled(const OmImage& image, bool isScaled, const OmFilterRun& filterRun, OmImage& result);
   OmString runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result);
 
   OmShareGroup m_home; ///< the context in which the following lives
@@ -308,14 +310,17 @@ OmString OmImageFilter::Work::loadPictures()
            std::to_string(pictures.size());
   for (const Picture& picture : pictures)
   {
-    OmString failure = imageFailure("the picture \"" + picture.name + '"', picture.image);
+    const OmString name = "the picture \"" + picture.name + '"';
+    OmString failure = imageFailure(name, picture.image);
+    if (failure.empty())
+      failure = sizeFailure(name, picture.image.width(), picture.image.height());
     if (!failure.empty())
       return failure;
     OmPictureTexture& texture = m_textures.emplace_back();
-    texture.load(picture.image, false);
+    texture.load(picture.image);
     failure = OmFilterPasses::takeError();
     if (!failure.empty())
-      return "cannot load the picture \"" + picture.name + "\": " + failure;
+      return "cannot load " + name + ": " + failure;
     failure =
         m_program->setPicture(picture.name, static_cast<int>(m_textures.size()), texture.size(), texture.texelSize());
     if (!failure.empty())
@@ -334,15 +339,12 @@ OmString OmImageFilter::Work::missingPicture() const
 
 OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
 {
-  OmFilterRun filterRun = {{}, width, height, image.channels() % 2 == 0 && !isOpaque};
-  if (width == 0 || height == 0)
-  {
-    filterRun.width = image.width();
-    filterRun.height = image.height();
-  }
+  const bool isScaled = width != 0 && height != 0 && (width != image.width() || height != image.height());
+  OmFilterRun filterRun = {{}, image.channels() % 2 == 0 && !isOpaque};
   OmString failure = imageFailure("the image", image);
   if (failure.empty())
-    failure = sizeFailure("the result", filterRun.width, filterRun.height);
+    failure =
+        isScaled ? sizeFailure("the result", width, height) : sizeFailure("the image", image.width(), image.height());
   for (const Work* const link : chain())
   {
     if (failure.empty())
@@ -351,7 +353,17 @@ OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
   }
   if (!failure.empty())
     return failure;
-  return image.isFlipped() ? runSteps(upright(image), filterRun, result) : runSteps(image, filterRun, result);
+  if (image.isFlipped())
+    return runScaled(upright(image), isScaled, filterRun, result);
+  return runScaled(image, isScaled, filterRun, result);
+}
+
+OmString OmImageFilter::Work::runScaled(const OmImage& image, bool isScaled, const OmFilterRun& filterRun,
+                                        OmImage& result)
+{
+  if (!isScaled)
+    return runSteps(image, filterRun, result);
+  return runSteps(OmImageScaling::scaled(image, width, height, isOpaque), filterRun, result);
 }
 
 OmString OmImageFilter::Work::runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)

@@ -107,8 +107,9 @@ public:
   /// With true, keeps 32-bit floats between the passes, neither rounded nor clamped (OmGL::SupportFloatTexture).
   /// Otherwise bytes.
   void setFloatsBetweenPasses(OmBoolean floats);
-  /// Sets the size of the result in pixels. If it is not that of the image, the first pass reads the image with
-  /// GL_LINEAR filters. With a 0, as by default, the result has the size of the image.
+  /// Sets the size of the result in pixels. An image of another size is scaled before the shader sees it, as
+  /// OmImageScaling::scaled() does, on the processor; so it may be larger than the card can hold. With a 0, as by
+  /// default, the result has the size of the image.
   void setSize(OmU32 width, OmU32 height);
 
   /// Hands the results on to another filter, and so on, before run() returns them: what comes out is what each of them
@@ -132,16 +133,16 @@ public:
   /// was set, what the shader's comment lines say, what GLSL's initializers say, or 0. Without those that the filter
   /// sets itself, and those that the shader makes no use of. Does what init() does, and is empty if that fails.
   std::vector<Setting> settings();
-  /// The largest side in pixels that an image or a result may have on this card; opens the hidden window if no window
-  /// is current. 0, with an error message, if none opens.
+  /// The largest side in pixels that a result may have on this card, and an image that is not scaled; opens the hidden
+  /// window if no window is current. 0, with an error message, if none opens.
   OmU32 largestSide();
 
   /// Filters an image of 1 to 4 channels, or its flipped copy if that is in use (OmImage::isFlipped()). Grey is read as
   /// RGB with equal channels, alpha as 1 if there is none. The result has 4 channels, RGBA, if the image has alpha (2
   /// or 4 channels), otherwise 3, RGB; rows top row first. A result that has the right shape already keeps its memory.
   /// `result` may be the image. Returns false, with an error message and the result unchanged, if init() fails, if a
-  /// sampler has no picture, if the image has no pixels or more than 4 channels, and if the card cannot hold the image
-  /// or the result.
+  /// sampler has no picture, if the image has no pixels or more than 4 channels, and if the card cannot hold the
+  /// result.
   OmBoolean run(const OmImage& image, OmImage& result);
 
 private:

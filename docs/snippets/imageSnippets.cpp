@@ -7,6 +7,7 @@
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
 #include "image/omImageReaderWriter.h"
+#include "image/omImageScaling.h"
 #include "image/omImageStream.h"
 #include "image/omPixel.h"
 
@@ -92,6 +93,10 @@ int readAndWrite()
   // omImageReaderWriter.h]
   OmImage written;
   CHECK(OmImageReaderWriter::read(written, "photo.png") && isSame(written, image));
+  // [omImageScaling.h
+  const OmImage small = OmImageScaling::scaled(image, image.width() / 8, image.height() / 8);
+  // omImageScaling.h]
+  CHECK(small.width() == image.width() / 8 && small.height() == image.height() / 8);
   return 0;
 }
 

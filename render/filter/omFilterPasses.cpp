@@ -49,19 +49,19 @@ OmString OmFilterPasses::takeError()
 
 OmString OmFilterPasses::run(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)
 {
-  m_source.load(image, filterRun.width != image.width() || filterRun.height != image.height());
-  OmString failure = drawAll(filterRun);
+  m_source.load(image);
+  OmString failure = drawAll(image, filterRun);
   if (failure.empty())
     failure = takeError();
   if (!failure.empty())
     return failure;
 
   const OmU32 channels = image.channels() % 2 == 0 ? 4 : 3;
-  const bool fits = result.channels() == channels && result.width() == filterRun.width &&
-                    result.height() == filterRun.height && !result.flippedData();
+  const bool fits = result.channels() == channels && result.width() == image.width() &&
+                    result.height() == image.height() && !result.flippedData();
   if (fits)
     return read(result);
-  OmImage made(channels, filterRun.width, filterRun.height);
+  OmImage made(channels, image.width(), image.height());
   failure = read(made);
   if (failure.empty())
     result = std::move(made);
@@ -69,7 +69,7 @@ OmString OmFilterPasses::run(const OmImage& image, const OmFilterRun& filterRun,
 }
 
 /// Leaves the framebuffer with the result bound.
-OmString OmFilterPasses::drawAll(const OmFilterRun& filterRun)
+OmString OmFilterPasses::drawAll(const OmImage& image, const OmFilterRun& filterRun)
 {
   const OmPictureTexture* from = &m_source;
   for (const OmFilterStep& step : filterRun.steps)
@@ -86,7 +86,7 @@ OmString OmFilterPasses::drawAll(const OmFilterRun& filterRun)
       const bool isLast = isLastStep && isLastPass;
       const int target = isLast ? 0 : m_targets[1] && from == &m_targets[1]->picture ? 2 : 1;
       const Pass pass = {number, target, !isLast && step.floats, !isLast, isLastPass && !isLast && !filterRun.hasAlpha};
-      const OmString failure = makeTarget(pass, filterRun.width, filterRun.height);
+      const OmString failure = makeTarget(pass, image.width(), image.height());
       if (!failure.empty())
         return failure;
       draw(*step.program, pass, *from);

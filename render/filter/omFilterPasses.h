@@ -23,8 +23,6 @@ struct OmFilterStep
 struct OmFilterRun
 {
   std::vector<OmFilterStep> steps;
-  OmU32 width;   ///< of the result, in pixels
-  OmU32 height;  ///< of the result, in pixels
   bool hasAlpha; ///< without alpha, each step reads 1
 };
 
@@ -57,7 +55,7 @@ private:
     OmFrameBufferObject framebuffer;
   };
 
-  OmString drawAll(const OmFilterRun& filterRun);
+  OmString drawAll(const OmImage& image, const OmFilterRun& filterRun);
   OmString makeTarget(const Pass& pass, OmU32 width, OmU32 height);
   void draw(const OmFilterProgram& program, const Pass& pass, const OmPictureTexture& from) const;
   OmString read(OmImage& result);

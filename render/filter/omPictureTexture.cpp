@@ -8,13 +8,13 @@
 namespace
 {
 
-OmTextureParameters parameters(GLenum filter)
+OmTextureParameters parameters()
 {
   OmTextureParameters result;
   result.setTextureType(GL_TEXTURE_2D);
   result.setWrapType(GL_CLAMP_TO_EDGE);
-  result.setMinFilterType(filter);
-  result.setMagFilterType(filter);
+  result.setMinFilterType(GL_NEAREST);
+  result.setMagFilterType(GL_NEAREST);
   return result;
 }
 
@@ -56,17 +56,17 @@ void OmPictureTexture::measure(OmU32 width, OmU32 height)
   m_texelSize[1] = 1.0f / static_cast<float>(m_storageHeight);
 }
 
-void OmPictureTexture::load(const OmImage& image, bool smooth)
+void OmPictureTexture::load(const OmImage& image)
 {
   measure(image.width(), image.height());
   m_texture.setUnit(0);
-  m_texture.loadFromImage(storage(image), parameters(smooth ? GL_LINEAR : GL_NEAREST));
+  m_texture.loadFromImage(storage(image), parameters());
 }
 
 void OmPictureTexture::makeTarget(OmU32 width, OmU32 height, bool floats)
 {
   measure(width, height);
-  OmTextureParameters target = parameters(GL_NEAREST);
+  OmTextureParameters target = parameters();
   target.setPixelFormat(OmTextureParameters::RGBA);
   target.setInternalFormat(floats ? OmTextureParameters::RGBA32F : OmTextureParameters::RGBA);
   m_texture.loadShell(m_storageWidth, m_storageHeight, target);

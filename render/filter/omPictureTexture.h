@@ -13,8 +13,8 @@
 class OmPictureTexture
 {
 public:
-  /// Uploads a picture of 1 to 4 channels, top row first. With `smooth`, reads between the pixels interpolate.
-  void load(const OmImage& image, bool smooth);
+  /// Uploads a picture of 1 to 4 channels, top row first.
+  void load(const OmImage& image);
   /// Makes an empty picture of RGBA pixels to render into, of bytes or 32-bit floats.
   void makeTarget(OmU32 width, OmU32 height, bool floats);
   /// Binds the texture on a unit.

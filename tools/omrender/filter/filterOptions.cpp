@@ -12,6 +12,9 @@
 namespace
 {
 
+constexpr double SmallestPercent = 0.01;
+constexpr double LargestPercent = 10000.0;
+
 /// "name=FILE"
 std::optional<TextureSetting> readTextureSetting(const OmString& text)
 {
@@ -64,6 +67,23 @@ void addShaderOptions(CLI::App& command, FilterSettings& settings)
       [](ShaderSettings& shader, const OmString& vertex) { return std::exchange(shader.vertex, vertex).empty(); });
 }
 
+void addScalingOptions(CLI::App& command, PictureScaling& scaling)
+{
+  constexpr char SizeForm[] = "WxH with W and H of at least 1";
+  addParsedOption(command, "--crop", "X,Y,W,H", scaling.crop, readBlock, "X,Y,W,H with W and H of at least 1",
+                  "Filter only this part of the picture; what overhangs is cut off");
+  addParsedOption(command, "--size", "WxH", scaling.size, readSize, SizeForm,
+                  "Scale the picture to this size in pixels before the filter");
+  addParsedOption(command, "--fit", "WxH", scaling.fit, readSize, SizeForm,
+                  "Scale it, up too, to the largest size within this one that keeps its aspect");
+  addParsedOption(
+      command, "--percent", "P", scaling.percent,
+      [](const OmString& text) { return readNumber(text, SmallestPercent, LargestPercent); },
+      "a number from 0.01 to 10000", "Scale its sides to so many percent");
+  command.get_option("--size")->excludes("--fit")->excludes("--percent");
+  command.get_option("--fit")->excludes("--percent");
+}
+
 } // namespace
 
 void addFilterOptions(CLI::App& command, FilterSettings& settings)
@@ -81,8 +101,7 @@ void addFilterOptions(CLI::App& command, FilterSettings& settings)
       ->type_name("NAME|FILE.frag")
       ->trigger_on_parse();
   addShaderOptions(command, settings);
-  addParsedOption(command, "--size", "WxH", settings.size, readSize, "WxH with W and H of at least 1",
-                  "The result's size in pixels (the picture's); the first pass then interpolates");
+  addScalingOptions(command, settings.scaling);
   command.add_flag("--float", settings.floats,
                    "Keep 32-bit floats between passes and shaders, neither rounded nor clamped");
 }

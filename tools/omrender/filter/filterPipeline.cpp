@@ -6,6 +6,7 @@
 #include "tools/omrender/libraryLog.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace
 {
@@ -64,8 +65,9 @@ void FilterPipeline::checkCapabilities() const
     if (shader.textures.size() >= m_gl.textureUnits)
       throw Failure("a shader can read " + std::to_string(m_gl.textureUnits - 1) + " pictures by --texture on " +
                     m_gl.renderer + ", not " + std::to_string(shader.textures.size()));
-  if (m_settings.size && std::max(m_settings.size->first, m_settings.size->second) > m_largestSide)
-    throw Failure("the --size " + sizeText(m_settings.size->first, m_settings.size->second) + " is more than the " +
+  const std::optional<PictureScaling::Size>& size = m_settings.scaling.size;
+  if (size && std::max(size->first, size->second) > m_largestSide)
+    throw Failure("the --size " + sizeText(size->first, size->second) + " is more than the " +
                   sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
 }
 
@@ -100,8 +102,6 @@ void FilterPipeline::makeFilters(bool withUniforms, Pictures pictures)
     if (i > 0)
       check(filters[i - 1]->setNext(filters[i]));
   }
-  if (m_settings.size)
-    filters.front()->setSize(m_settings.size->first, m_settings.size->second);
   m_filters = std::move(filters);
   m_defaults = std::move(defaults);
   m_pictures = std::move(pictures);
@@ -125,7 +125,7 @@ void FilterPipeline::setTextures(OmImageFilter& filter, const ShaderSettings& se
     std::shared_ptr<const OmImage>& picture = pictures[setting.file];
     if (!picture)
     {
-      checkPicture(readHeader(setting.file, m_log));
+      checkSize(readHeader(setting.file, m_log), m_largestSide, m_largestSide, m_gl.renderer);
       picture = std::make_shared<const OmImage>(readPicture(setting.file, m_log));
     }
     filter.setPicture(setting.name, *picture);
@@ -189,7 +189,22 @@ void FilterPipeline::checkTextures(const OmImageFilter& filter, const ShaderSett
 
 void FilterPipeline::checkPicture(const PictureFile& picture) const
 {
-  checkSize(picture, m_largestSide, m_largestSide, m_gl.renderer);
+  if (!m_settings.scaling.isSet())
+    return checkSize(picture, m_largestSide, m_largestSide, m_gl.renderer);
+  const std::uint64_t most = std::uint64_t{m_largestSide} * m_largestSide;
+  if (std::uint64_t{picture.width} * picture.height > most)
+    throw Failure(quoted(picture.file) + " is " + sizeText(picture.width, picture.height) + " pixels, more than the " +
+                  std::to_string(most) + " that are read to be scaled");
+  const auto [width, height] = resultSize(picture);
+  if (std::max(width, height) > m_largestSide)
+    throw Failure("the result of " + quoted(picture.file) + " would be " + sizeText(width, height) +
+                  " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
+}
+
+void FilterPipeline::scale(OmImage& image, const PictureFile& picture) const
+{
+  if (m_settings.scaling.changes(picture))
+    image = m_settings.scaling.applied(image, picture, !picture.hasAlpha());
 }
 
 void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result)

@@ -5,6 +5,7 @@
 #include "render/omImageFilter.h"
 #include "render/omSimpleWindow.h"
 #include "tools/omrender/backEnd.h"
+#include "tools/omrender/filter/pictureScaling.h"
 #include "tools/omrender/glInformation.h"
 #include "tools/omrender/pictureFile.h"
 
@@ -37,9 +38,9 @@ struct ShaderSettings
 struct FilterSettings
 {
   std::vector<ShaderSettings> shaders =
-      std::vector<ShaderSettings>(1);          ///< one after another; the first may lack a name
-  std::optional<std::pair<OmU32, OmU32>> size; ///< of the result, in pixels; that of the picture by default
-  bool floats = false;                         ///< 32-bit floats between the passes and the shaders
+      std::vector<ShaderSettings>(1); ///< one after another; the first may lack a name
+  PictureScaling scaling;             ///< before the first shader
+  bool floats = false;                ///< 32-bit floats between the passes and the shaders
   BackEndChoice backEnd;
 
   bool hasShader() const { return !shaders.front().name.empty(); }
@@ -52,12 +53,16 @@ public:
   /// Reads the shaders, opens a hidden window and makes the filter. Throws a Failure when the settings fit no picture.
   FilterPipeline(const FilterSettings& settings, LibraryLog& log);
 
-  /// The largest side, in pixels, that a picture or its result may have.
+  /// The largest side, in pixels, that a picture may have when the filter gets it.
   OmU32 largestSide() const { return m_largestSide; }
-  /// Throws a Failure when the picture or its result is larger than the card can hold.
+  /// Throws a Failure when the card cannot hold the picture, as it is or as it is scaled.
   void checkPicture(const PictureFile& picture) const;
-  /// Filters as OmImageFilter::run() does. `file` is for messages; `isOpaque` as for OmImageFilter::setOpaque(). Throws
-  /// a Failure when the filter cannot run.
+  /// The size of a picture's result, in pixels. Throws a Failure if nothing is left of it.
+  PictureScaling::Size resultSize(const PictureFile& picture) const { return m_settings.scaling.resultSize(picture); }
+  /// Cuts and scales the pixels of a picture as the filter gets them. Any thread may.
+  void scale(OmImage& image, const PictureFile& picture) const;
+  /// Filters what scale() has made, as OmImageFilter::run() does. `file` is for messages; `isOpaque` as for
+  /// OmImageFilter::setOpaque(). Throws a Failure when the filter cannot run.
   void run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result);
 
   /// Makes the filter again from its files, without the uniforms that were set. Reads only those pictures of --texture
@@ -94,7 +99,7 @@ private:
   Pictures m_pictures;
   Filters m_filters;
   std::vector<OmImageFilter::Setting> m_defaults;
-  OmU32 m_largestSide = 0; ///< of a picture or a result, in pixels
+  OmU32 m_largestSide = 0; ///< of a picture on the card, in pixels
 };
 
 #endif

@@ -107,7 +107,8 @@ void checkOptions(const ShowCommand& options)
 /// Throws for an option of a filter without one.
 void checkFilterOptions(const CLI::App& command)
 {
-  for (const char* const name : {"--set", "--texture", "--passes", "--size", "--float", "--vertex", "--watch"})
+  for (const char* const name :
+       {"--set", "--texture", "--passes", "--size", "--fit", "--percent", "--crop", "--float", "--vertex", "--watch"})
     if (command.count(name) > 0 && command.count("--shader") == 0)
       throw CLI::RequiresError(name, "--shader");
 }
@@ -146,9 +147,8 @@ void checkSizes(const std::vector<PictureFile>& pictures, const GLInformation& g
 /// The pictures as they are shown: with the size of the filter's results.
 std::vector<PictureFile> shownPictures(const ShowCommand& options, std::vector<PictureFile> pictures)
 {
-  if (options.filter.size)
-    for (PictureFile& picture : pictures)
-      std::tie(picture.width, picture.height) = *options.filter.size;
+  for (PictureFile& picture : pictures)
+    std::tie(picture.width, picture.height) = options.filter.scaling.resultSize(picture);
   return pictures;
 }
 
