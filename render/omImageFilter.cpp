@@ -22,6 +22,7 @@ struct Picture
 {
   OmString name; ///< of the sampler
   OmImage image;
+  OmTablePicture table = {}; ///< in place of the image, if it is not empty
 };
 
 /// Replaces the value of the same name, or adds one.
@@ -119,7 +120,7 @@ public:
   bool setNext(const std::shared_ptr<OmImageFilter>& filter);
   OmString load(const OmFilterShader& shader, OmShader::ShaderType type);
   void set(const OmUniformSetting& setting);
-  void setPicture(const OmString& name, const OmImage& image);
+  void setPicture(Picture picture);
   /// Makes what the context lacks, and does a job that may return a failure. Prints the failure.
   template <typename Job>
   bool inContext(Job job);
@@ -200,13 +201,14 @@ void OmImageFilter::Work::set(const OmUniformSetting& setting)
   m_areUniformsSet = false;
 }
 
-void OmImageFilter::Work::setPicture(const OmString& name, const OmImage& image)
+void OmImageFilter::Work::setPicture(Picture picture)
 {
-  if (image.data())
-    replace(pictures, {name, upright(image)});
+  const OmString name = picture.name;
+  if (picture.image.data() || picture.table.width > 0)
+    replace(pictures, std::move(picture));
   else
     pictures.erase(
-        std::remove_if(pictures.begin(), pictures.end(), [&](const Picture& picture) { return picture.name == name; }),
+        std::remove_if(pictures.begin(), pictures.end(), [&](const Picture& other) { return other.name == name; }),
         pictures.end());
   m_arePicturesLoaded = false;
 }
@@ -311,13 +313,18 @@ OmString OmImageFilter::Work::loadPictures()
   for (const Picture& picture : pictures)
   {
     const OmString name = "the picture \"" + picture.name + '"';
-    OmString failure = imageFailure(name, picture.image);
+    const bool isTable = picture.table.width > 0;
+    OmString failure = isTable ? "" : imageFailure(name, picture.image);
     if (failure.empty())
-      failure = sizeFailure(name, picture.image.width(), picture.image.height());
+      failure = isTable ? sizeFailure(name, picture.table.width, picture.table.height)
+                        : sizeFailure(name, picture.image.width(), picture.image.height());
     if (!failure.empty())
       return failure;
     OmPictureTexture& texture = m_textures.emplace_back();
-    texture.load(picture.image);
+    if (isTable)
+      texture.load(picture.table);
+    else
+      texture.load(picture.image);
     failure = OmFilterPasses::takeError();
     if (!failure.empty())
       return "cannot load " + name + ": " + failure;
@@ -325,6 +332,7 @@ OmString OmImageFilter::Work::loadPictures()
         m_program->setPicture(picture.name, static_cast<int>(m_textures.size()), texture.size(), texture.texelSize());
     if (!failure.empty())
       return failure;
+    m_program->setTable(picture.name, picture.table);
   }
   return "";
 }
@@ -423,7 +431,12 @@ OmBoolean OmImageFilter::isSetting(const OmString& text)
 
 void OmImageFilter::setPicture(const OmString& name, const OmImage& picture)
 {
-  m_work->setPicture(name, picture);
+  m_work->setPicture({name, upright(picture)});
+}
+
+void OmImageFilter::setPicture(const OmString& name, const OmColorTable& table)
+{
+  m_work->setPicture({name, OmImage(), OmTablePicture(table)});
 }
 
 void OmImageFilter::setPasses(OmU32 passes)

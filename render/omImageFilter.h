@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+class OmColorTable;
 class OmImage;
 
 /// Runs a fragment shader over images, on the card and off screen.
@@ -31,6 +32,8 @@ class OmImage;
 /// | `int pass` | the number of the pass, from 0 |
 /// | `vec2 direction` | (1, 0) in even passes, (0, 1) in odd ones |
 /// | `sampler2D NAME`, `vec2 NAMESize`, `vec2 NAMETexelSize` | a picture of setPicture(), and the two sizes for it |
+/// | `vec3 NAMEDomainMin`, `vec3 NAMEDomainMax` | the domain of a colour table; 0 and 1 for another picture |
+/// | `int NAMEEntries` | the texels of a table of 1 dimension, otherwise 0 |
 ///
 /// The comment lines at the start of the shader may say how often it runs and what its settings are by default:
 ///
@@ -100,6 +103,12 @@ public:
   /// Gives the shader another picture as the sampler `name`, or takes it away if the image has no pixels. It is
   /// copied, and read like the image of run().
   void setPicture(const OmString& name, const OmImage& picture);
+  /// Gives the shader a colour table as the sampler `name`, or takes it away if the table has no dimensions. It is
+  /// copied. A table of 3 dimensions and N texels along an axis is a picture of N squares side by side, of N x N pixels
+  /// each; in a square red grows from left to right and green from top to bottom, and blue grows from square to square.
+  /// A table of 1 dimension lies in rows of up to 256 pixels. The pixels are 32-bit floats (OmGL::SupportFloatTexture);
+  /// on a card without them bytes, from 0 to 1.
+  void setPicture(const OmString& name, const OmColorTable& table);
 
   /// Sets how often the shader runs, each time over what it made before. 0, the default: as often as its comment lines
   /// say, or once.

@@ -15,6 +15,8 @@ namespace
 
 constexpr char NoReason[] = "the driver does not say why";
 constexpr const char* OwnUniforms[] = {"image", "imageSize", "texelSize", "pass", "direction"};
+/// Behind the name of a sampler.
+constexpr const char* PictureUniforms[] = {"Size", "TexelSize", "DomainMin", "DomainMax", "Entries"};
 
 OmString quoted(const OmString& text)
 {
@@ -223,7 +225,12 @@ bool OmFilterProgram::setsItself(const OmString& uniform) const
 {
   return std::find(std::begin(OwnUniforms), std::end(OwnUniforms), uniform) != std::end(OwnUniforms) ||
          std::any_of(m_pictures.begin(), m_pictures.end(),
-                     [&](const OmString& name) { return uniform == name + "Size" || uniform == name + "TexelSize"; });
+                     [&](const OmString& name)
+                     {
+                       return uniform.compare(0, name.size(), name) == 0 &&
+                              std::find(std::begin(PictureUniforms), std::end(PictureUniforms),
+                                        uniform.substr(name.size())) != std::end(PictureUniforms);
+                     });
 }
 
 std::vector<OmUniformSetting> OmFilterProgram::settings() const
@@ -251,6 +258,13 @@ OmString OmFilterProgram::setPicture(const OmString& name, int unit, const float
   glUniform2fARB(location(name + "Size"), size[0], size[1]);
   glUniform2fARB(location(name + "TexelSize"), texelSize[0], texelSize[1]);
   return "";
+}
+
+void OmFilterProgram::setTable(const OmString& name, const OmTablePicture& table) const
+{
+  glUniform3fARB(location(name + "DomainMin"), table.domainMin.x, table.domainMin.y, table.domainMin.z);
+  glUniform3fARB(location(name + "DomainMax"), table.domainMax.x, table.domainMax.y, table.domainMax.z);
+  glUniform1iARB(location(name + "Entries"), table.entries);
 }
 
 void OmFilterProgram::setPass(OmU32 pass, const float* size, const float* texelSize) const

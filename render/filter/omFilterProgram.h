@@ -3,6 +3,7 @@
 
 #include "render/filter/omFilterShader.h"
 #include "render/filter/omProgramInterface.h"
+#include "render/filter/omTablePicture.h"
 #include "render/omShareGroup.h"
 
 #include <GL/gl.h>
@@ -36,6 +37,8 @@ public:
   /// Sets the sampler `name` to a texture unit, and the uniforms of its picture: the size in pixels, the size of a
   /// texel in texture coordinates. Fails if the program does not read it, and for a uniform that is no sampler.
   OmString setPicture(const OmString& name, int unit, const float* size, const float* texelSize) const;
+  /// Sets the uniforms for the colour table that the sampler `name` reads; an empty one if it reads a picture.
+  void setTable(const OmString& name, const OmTablePicture& table) const;
   /// Sets the uniforms for a pass, counted from 0, and for the picture `image` that it reads.
   void setPass(OmU32 pass, const float* size, const float* texelSize) const;
 

@@ -77,6 +77,47 @@ for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
 done
 unset MESA_EXTENSION_OVERRIDE
 
+# Colour tables of .cube files, as Texture3 and ffmpeg look them up.
+cube() { # NAME DIMENSIONS SIZE MIN MAX ENDING: writes a table
+  python3 - "$@" <<'END'
+import math, sys
+name, dimensions, size, low, high, ending = sys.argv[1], *map(int, sys.argv[2:4]), *map(float, sys.argv[4:6]), sys.argv[6]
+lines = ['TITLE "%s"' % name, '# a table', 'LUT_%dD_SIZE %d' % (dimensions, size), '',
+         'DOMAIN_MIN %g %g %g' % (low, low, low), 'DOMAIN_MAX %g %g %g' % (high, high, high)]
+part = [i / (size - 1) for i in range(size)]
+row = lambda r, g, b: '%.6f %.6f %.6f' % (r ** .7 * .8 + .2 * g, (g + math.sin(9 * b) / 9) % 1, 1 - b * (1 - r / 2))
+lines += [row(i, i, i) for i in part] if dimensions == 1 else [row(r, g, b) for b in part for g in part for r in part]
+open(name, 'w', newline='').write(''.join(line + ending.encode().decode('unicode_escape') for line in lines))
+END
+}
+ffmpeg -nostdin -v error -f lavfi -i haldclutsrc=4 -frames:v 1 hald.png && "$reference" noise 3 300 200 noise.png ||
+  wrong "pictures for tables"
+while read -r dimensions size low high ending how; do
+  cube film.CUBE "$dimensions" "$size" "$low" "$high" "$ending"
+  for lacking in "" "-GL_ARB_texture_non_power_of_two -GL_ARB_texture_float"; do
+    for picture in hald.png noise.png; do
+      MESA_EXTENSION_OVERRIDE=$lacking "$omrender" filter --shader lut --texture lut=film.CUBE $picture --out out.png 2>&1 &&
+        "$reference" cube $picture out.png film.CUBE >stdout || wrong "$dimensions $size $lacking $picture: $(cat stdout)"
+      [[ $picture$size != hald.png16 || $lacking || $(cat stdout) == "off by 0" ]] || wrong "a texel: $(cat stdout)"
+      [[ $how != none && ! $lacking ]] || continue
+      ffmpeg -nostdin -v error -y -i $picture -vf "format=gbrp,$how" -pix_fmt rgb24 expected.png &&
+        "$reference" near expected.png out.png out.png >stdout || wrong "$how of $size for $picture: $(cat stdout)"
+    done
+  done
+done <<'END'
+3 2 0 1 \n lut3d=film.CUBE:interp=trilinear
+3 16 0 1 \r\n lut3d=film.CUBE:interp=trilinear
+3 65 0 1 \n lut3d=film.CUBE:interp=trilinear
+3 33 0 2 \n lut3d=film.CUBE:interp=trilinear
+3 17 -0.5 1.25 \n none
+1 3 0 1 \n lut1d=film.CUBE:interp=linear
+1 1024 0 1 \r\n lut1d=film.CUBE:interp=linear
+1 65536 0 1 \n lut1d=film.CUBE:interp=linear
+1 700 0.25 0.75 \n none
+END
+printf 'LUT_3D_SIZE 2\n0 0 x\n' >bad.cube
+refuses 1 'cannot read "bad.cube": line 2: "x" is no' filter --shader lut --texture lut=bad.cube chart.png --out out.png
+
 # $OM_SHADER_PATH goes before the program's own shaders.
 mkdir shaders
 cp excess.frag shaders/invert.frag

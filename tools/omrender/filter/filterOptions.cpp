@@ -54,7 +54,7 @@ void addShaderOptions(CLI::App& command, FilterSettings& settings)
                   [](ShaderSettings& shader, const OmString& uniform)
                   { return shader.uniforms.push_back(uniform), true; });
   addShaderOption(command, "--texture", "NAME=FILE", settings, readTextureSetting, "NAME=FILE",
-                  "Another picture for the shader, as the sampler NAME",
+                  "Another picture for the shader, or a colour table (.cube), as the sampler NAME",
                   [](ShaderSettings& shader, const TextureSetting& texture)
                   { return shader.textures.push_back(texture), true; });
   addShaderOption(

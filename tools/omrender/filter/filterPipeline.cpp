@@ -6,7 +6,10 @@
 #include "tools/omrender/libraryLog.h"
 
 #include <algorithm>
+#include <filesystem>
+
 #include <cstdint>
+#include <strings.h>
 
 namespace
 {
@@ -118,17 +121,28 @@ std::shared_ptr<OmImageFilter> FilterPipeline::makeFilter(const ShaderSettings& 
   return filter;
 }
 
+/// A table is known by its suffix, a picture by its content.
+FilterPipeline::Picture FilterPipeline::readTexture(const OmString& file) const
+{
+  if (::strcasecmp(std::filesystem::path(file).extension().c_str(), ".cube") == 0)
+  {
+    OmColorTable table;
+    if (!table.read(file))
+      throw Failure(m_log.takeReason("cannot read " + quoted(file)));
+    return table;
+  }
+  checkSize(readHeader(file, m_log), m_largestSide, m_largestSide, m_gl.renderer);
+  return readPicture(file, m_log);
+}
+
 void FilterPipeline::setTextures(OmImageFilter& filter, const ShaderSettings& settings, Pictures& pictures)
 {
   for (const TextureSetting& setting : settings.textures)
   {
-    std::shared_ptr<const OmImage>& picture = pictures[setting.file];
+    std::shared_ptr<const Picture>& picture = pictures[setting.file];
     if (!picture)
-    {
-      checkSize(readHeader(setting.file, m_log), m_largestSide, m_largestSide, m_gl.renderer);
-      picture = std::make_shared<const OmImage>(readPicture(setting.file, m_log));
-    }
-    filter.setPicture(setting.name, *picture);
+      picture = std::make_shared<const Picture>(readTexture(setting.file));
+    std::visit([&](const auto& texture) { filter.setPicture(setting.name, texture); }, *picture);
   }
 }
 

@@ -2,6 +2,7 @@
 #define OM_TOOLS_FILTER_PIPELINE_H
 
 #include "image/omImage.h"
+#include "render/omColorTable.h"
 #include "render/omImageFilter.h"
 #include "render/omSimpleWindow.h"
 #include "tools/omrender/backEnd.h"
@@ -13,11 +14,12 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <variant>
 #include <vector>
 
 class LibraryLog;
 
-/// A picture that a shader reads besides the one it filters.
+/// A picture or a colour table that a shader reads besides the picture it filters.
 struct TextureSetting
 {
   OmString name; ///< of the sampler
@@ -79,14 +81,16 @@ public:
   static std::pair<std::size_t, OmString> place(const OmString& setting);
 
 private:
-  using Filters = std::vector<std::shared_ptr<OmImageFilter>>;         ///< one for each shader
-  using Pictures = std::map<OmString, std::shared_ptr<const OmImage>>; ///< by file
+  using Filters = std::vector<std::shared_ptr<OmImageFilter>>; ///< one for each shader
+  using Picture = std::variant<OmImage, OmColorTable>;
+  using Pictures = std::map<OmString, std::shared_ptr<const Picture>>; ///< of --texture, by file
 
   void openWindow();
   void checkCapabilities() const;
   void loadShader(OmImageFilter& filter, const OmString& name, const OmString& suffix, OmShader::ShaderType type);
   void makeFilters(bool withUniforms, Pictures pictures);
   std::shared_ptr<OmImageFilter> makeFilter(const ShaderSettings& settings);
+  Picture readTexture(const OmString& file) const;
   void setTextures(OmImageFilter& filter, const ShaderSettings& settings, Pictures& pictures);
   static void checkTextures(const OmImageFilter& filter, const ShaderSettings& settings);
   std::vector<OmImageFilter::Setting> settingsOf(const Filters& filters) const;
