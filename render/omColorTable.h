@@ -12,10 +12,11 @@
 /// \code
 ///   OmColorTable table;
 ///   if (!table.read("film.cube"))
-///     return 1; // the reason has been printed
-///   table.apply(colors.data(), results.data(), colors.size());              // on the processor
-///   filter.setPicture("lut", table);                                        // or on the card, by OmImageFilter
-///   OmRenderShader::Texture3 texture = table.texture();                     // the texels themselves
+///     return 1;                                                // the reason has been printed
+///   table.apply(colors.data(), results.data(), colors.size()); // on the processor
+///   OmRenderShader::Texture3 texture = table.texture();        // the texels themselves
+///   OmImageFilter filter;                                      // or on the card, by a shader like shaders/lut.frag
+///   filter.setPicture("lut", table);
 /// \endcode
 ///
 /// A table of 1 dimension is a curve for each of red, green and blue; one of 3 dimensions gives a colour for each

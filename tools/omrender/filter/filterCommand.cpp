@@ -74,7 +74,7 @@ constexpr char Footer[] = "A shader reads the picture by texture2D(image, gl_Tex
                           "  omrender filter --shader blur --set radius=3.5 --out-dir out *.jpg\n"
                           "  omrender filter --shader sharpen --recursive --out-dir sharp photos\n"
                           "  omrender filter --shader blur --shader edges photo.jpg --out smooth.png\n"
-                          "  omrender filter --shader lut --texture lut=table.png photo.jpg --out film.png\n"
+                          "  omrender filter --shader lut --texture lut=film.cube photo.jpg --out film.png\n"
                           "  omrender filter --device cuda:1 --shader ./my.frag photo.jpg --out my.png\n"
                           "  ffmpeg -i in.mp4 -f image2pipe -c:v ppm - |\n"
                           "    omrender filter --shader edges - --out - |\n"
