@@ -1,5 +1,6 @@
 #include "image/codec/omTiff.h"
 
+#include "image/codec/omProfile.h"
 #include "image/codec/omTiffBlocks.h"
 
 #include <algorithm>
@@ -106,6 +107,7 @@ public:
   explicit TiffDecoder(const OmInputFile& file) : m_file(file) {}
 
   bool readHeader() override;
+  void readMetadata(OmImageMetadata& metadata) override;
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override { return true; }
@@ -211,6 +213,27 @@ bool TiffDecoder::readHeader()
     return fail(reason);
   m_reason[0] = '\0';
   return true;
+}
+
+void TiffDecoder::readMetadata(OmImageMetadata& metadata)
+{
+  OmU32 size = 0;
+  const void* profile = nullptr;
+  if (TIFFGetField(m_page.get(), TIFFTAG_ICCPROFILE, &size, &profile) != 0 && profile != nullptr)
+    OmProfile::keep(static_cast<const OmU8*>(profile), size, metadata);
+
+  constexpr float Largest = 1e6F;
+  float x = 0.0F, y = 0.0F;
+  std::uint16_t unit = RESUNIT_INCH;
+  TIFFGetField(m_page.get(), TIFFTAG_XRESOLUTION, &x);
+  TIFFGetField(m_page.get(), TIFFTAG_YRESOLUTION, &y);
+  TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_RESOLUTIONUNIT, &unit);
+  const bool isPerMetre = unit == RESUNIT_INCH || unit == RESUNIT_CENTIMETER;
+  const double factor = unit == RESUNIT_INCH ? 1.0 / 0.0254 : isPerMetre ? 100.0 : 1.0;
+  const auto scaled = [factor](float number) { return static_cast<OmU32>(static_cast<double>(number) * factor + 0.5); };
+  const bool isSound = x > 0.0F && x < Largest && y > 0.0F && y < Largest; // false for NaN
+  if (isSound && scaled(x) > 0 && scaled(y) > 0 && (isPerMetre || scaled(x) != scaled(y)))
+    metadata.resolution = {scaled(x), scaled(y), isPerMetre};
 }
 
 bool TiffDecoder::start()

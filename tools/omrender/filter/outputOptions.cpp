@@ -80,6 +80,7 @@ void addOutputOptions(CLI::App& command, OutputOptions& options)
       "rgb, rgba, gray or graya",
       "The channels of the results (grey where picture and result are, and "
       "alpha where the picture has it)");
+  command.add_flag("--strip", options.strip, "Leave out the picture's colour profile, gamma and resolution");
 }
 
 void checkOutputOptions(const OutputOptions& options, const OmString& out)
@@ -114,6 +115,7 @@ Writer::WriteSettings writeSettings(const OutputOptions& options, const OmString
   settings.format = name.empty() ? options.format.value_or(input.format()) : *formatFor(options, name);
   settings.compression = options.compression;
   settings.quality = options.quality.value_or(0);
+  settings.metadata = options.strip ? nullptr : &input.metadata();
   const bool isGrey = input.header().channels < 3;
   // Raw frames do not change their shape from one to the next.
   if (options.channels)

@@ -18,6 +18,7 @@ struct OutputOptions
   std::optional<OmImageReaderWriter::Channels> channels;
   std::optional<int> quality;
   OmImageReaderWriter::Compression compression = OmImageReaderWriter::Default;
+  bool strip = false; ///< without metadata
 };
 
 /// Adds the options. They must outlive the command.
@@ -30,7 +31,8 @@ void checkOutputOptions(const OutputOptions& options, const OmString& out);
 /// The suffix of results in a directory, with the dot.
 OmString outputSuffix(const OutputOptions& options);
 
-/// How the result of a picture is written. Without a `name` it goes to standard output.
+/// How the result of a picture that has been read is written. Without a `name` it goes to standard output. The picture
+/// must outlive the settings.
 OmImageReaderWriter::WriteSettings writeSettings(const OutputOptions& options, const OmString& name,
                                                  const PictureInput& input);
 
