@@ -276,7 +276,7 @@ void addFilterCommand(CLI::App& program, LibraryLog& log)
                    "The filter: a name from --list or the file of a fragment shader")
       ->type_name("NAME|FILE.frag");
   const auto readOut = [](const OmString& text) { return text.empty() ? std::nullopt : std::optional(text); };
-  addParsedOption(*command, "--out", "OUT.png", options->out, readOut, "the name of a file, or -",
+  addParsedOption(*command, "--out", "OUT", options->out, readOut, "the name of a file, or -",
                   "Write the result in the format of the name's suffix, or with - to standard output; takes one FILE");
   command
       ->add_option("--out-dir", options->outDirectory,
