@@ -281,12 +281,25 @@ TEST_F(omImageReaderWriterTest, RefusesWhatIsNoPicture)
   EXPECT_TRUE(width == 1 && height == 2 && channels == 3);
 }
 
+/// Whether the library was built with the format that the name has.
+bool isBuilt(const OmString& name)
+{
+  OmImageReaderWriter::Format format = OmImageReaderWriter::Raw;
+  OmImageReaderWriter::formatOfName(name, format);
+  for (const OmImageReaderWriter::FormatSupport& support : OmImageReaderWriter::formats())
+    if (support.format == format)
+      return support.isRead;
+  return false;
+}
+
 TEST_F(omImageReaderWriterTest, RefusesEveryTruncationAndSurvivesEveryChangedByte)
 {
   for (const char* name : {"paletteAlpha.png", "rgb.png", "rgba16.png", "grey.jpg", "progressive.jpg", "cmyk.jpg",
                            "ycck.jpg", "turned.png", "turned.jpg", "turned.webp", "lossy.webp", "lossless.webp",
                            "strips.tif", "tiles.tif", "palette.tif"})
   {
+    if (!isBuilt(name))
+      continue;
     const OmString whole = contents(fixture(name));
     ASSERT_GT(whole.size(), 70U);
     const bool isTiff = whole[1] == 'I';
@@ -389,6 +402,8 @@ TEST_F(omImageReaderWriterTest, AHeaderAloneTakesNoMemory)
   for (const Case& c : cases)
   {
     SCOPED_TRACE(c.name);
+    if (!isBuilt(c.name))
+      continue;
     OmString bytes = contents(fixture(c.name));
     if (c.side != 0)
       enlarge(bytes, c.side);

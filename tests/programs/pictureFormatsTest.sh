@@ -9,10 +9,14 @@ for program in convert exiftool cwebp python3; do
 done
 
 convertPicture=$1
+fixtures=$(realpath "$(dirname "$0")/../fixtures")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 failures=0
+for built in lossy.webp strips.tif; do
+  "$convertPicture" "$fixtures/$built" read.pam 2>&1 | grep "was built without" && exit 77
+done
 
 wrong() {
   echo "FAILED: $*" >&2
