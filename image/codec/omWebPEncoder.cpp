@@ -11,7 +11,7 @@ namespace
 {
 
 /// By OmImageReaderWriter::Compression: libwebp's efforts, from 0, without loss up to 9 and with loss up to 6.
-constexpr int LosslessEfforts[] = {1, 4, 9};
+constexpr int LosslessEfforts[] = {0, 2, 9};
 constexpr int LossyEfforts[] = {2, 4, 6};
 
 class Picture : public WebPPicture

@@ -10,7 +10,7 @@ for program in identify exiftool; do
   exit 77
 done
 
-"$omrender" info | grep "^webp.*not built" && exit 77
+[[ $("$omrender" info) == *"webp pictures "*"read and written"* ]] || exit 77
 for channels in 1 2 3 4; do
   "$reference" noise $channels 40 30 $channels.png || wrong "noise"
 done

@@ -15,7 +15,9 @@ trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 failures=0
 for built in lossy.webp strips.tif; do
-  "$convertPicture" "$fixtures/$built" read.pam 2>&1 | grep "was built without" && exit 77
+  [[ $("$convertPicture" "$fixtures/$built" read.pam 2>&1) == *"was built without"* ]] || continue
+  echo "skipped: $built is of a format that was left out"
+  exit 77
 done
 
 wrong() {
@@ -172,14 +174,12 @@ said = (chunk(b"cICP", bytes((9, 16, 0, 1))) + chunk(b"sRGB", b"\2") + chunk(b"g
 open("said.chunks", "wb").write(said)
 open("said.png", "wb").write(data[:33] + said + data[33:])
 damaged = bytearray(said)
-for at in (10, 23, 38, 60, 105):
+for at in (10, 24, 38, 60, 105):
     damaged[at] ^= 1
 open("damaged.png", "wb").write(data[:33] + damaged + data[33:])
 END
-for name in said damaged; do
-  "$convertPicture" $name.png kept.png || wrong "$name.png"
-  head -c $((33 + $(stat -c %s said.chunks))) kept.png | tail -c +34 | cmp -s - said.chunks
-  [[ $? == $([[ $name == said ]] && echo 0 || echo 1) ]] || wrong "the chunks of $name.png"
-done
+"$convertPicture" said.png kept.png
+head -c $((33 + $(stat -c %s said.chunks))) kept.png | tail -c +34 | cmp - said.chunks || wrong "the chunks of PNG"
+"$convertPicture" damaged.png kept.png && [[ $(head -c 41 kept.png | tail -c 4) == IDAT ]] || wrong "damaged chunks"
 
 [[ $failures == 0 ]]

@@ -22,13 +22,13 @@ constexpr std::size_t UnderWay = 16;
 
 /// The most that a picture takes from reading to writing, in bytes: its pixels, and beside them what a progressive JPEG
 /// is collected in or libwebp decodes to, or the result's pixels and what its encoder takes for each of them.
-std::uint64_t memoryFor(const PictureInput& input, const std::optional<std::pair<OmU32, OmU32>>& resultSize)
+std::uint64_t memoryFor(const PictureInput& input, const BatchSettings& settings)
 {
   const PictureFile& header = input.header();
-  const auto [width, height] = resultSize.value_or(std::make_pair(header.width, header.height));
+  const auto [width, height] = settings.resultSize.value_or(std::make_pair(header.width, header.height));
   const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
   const std::uint64_t resultPixels = std::uint64_t{width} * height;
-  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + 4 + 4) * resultPixels);
+  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + settings.encodingMemory) * resultPixels);
 }
 
 } // namespace
@@ -119,7 +119,7 @@ bool Batch::mayTake() const
 
 bool Batch::mayRead(const Item& item) const
 {
-  return m_memory == 0 || m_memory + memoryFor(*item.input, m_settings.resultSize) <= m_settings.memory;
+  return m_memory == 0 || m_memory + memoryFor(*item.input, m_settings) <= m_settings.memory;
 }
 
 /// Returns the first picture in that state, or null.
@@ -152,7 +152,7 @@ void Batch::take(Lock& lock)
 
 void Batch::read(Item& item, Lock& lock)
 {
-  item.memory = memoryFor(*item.input, m_settings.resultSize);
+  item.memory = memoryFor(*item.input, m_settings);
   m_memory += item.memory;
   perform(item, State::Reading, State::Read, lock, [](Item& read) { read.image = read.input->read(); });
 }

@@ -23,6 +23,7 @@ struct BatchSettings
   std::size_t total;                                 ///< pictures, for the progress bar; 0 if that is not known
   bool endsAtFailure;                                ///< the first failure ends the program
   std::optional<std::pair<OmU32, OmU32>> resultSize; ///< in pixels; that of the picture by default
+  std::uint64_t encodingMemory;                      ///< for each pixel of a result while it is written, in bytes
 };
 
 /// Takes pictures through the filter: as many threads as there are jobs read and write them, and the caller's thread,

@@ -234,8 +234,12 @@ void filter(const FilterOptions& options, LibraryLog& log)
   const std::unique_ptr<PictureSource> source = makeSource(options, pipeline, log);
   const std::unique_ptr<PictureSink> sink = makeSink(options, outputs, log);
   const bool isStream = options.readsStream() || options.writesStream();
-  const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4),
-                                  isStream ? 0 : options.files.size(), isStream, options.filter.size};
+  const BatchSettings settings = {jobs,
+                                  options.memory.value_or(usableMemory() / 4),
+                                  isStream ? 0 : options.files.size(),
+                                  isStream,
+                                  options.filter.size,
+                                  encodingMemory(options.output, options.out)};
   if (!Batch(*source, pipeline, *sink, settings).run())
     throw CLI::RuntimeError(1);
 }

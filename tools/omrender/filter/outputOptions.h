@@ -4,6 +4,7 @@
 #include "image/omImageReaderWriter.h"
 #include "tools/omrender/filter/pictureSource.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace CLI
@@ -27,6 +28,9 @@ void addOutputOptions(CLI::App& command, OutputOptions& options);
 /// Throws a ValidationError if the results cannot be written under that name, or the format does not have what the
 /// options ask for. The name is a file; empty for a directory; "-" for standard output.
 void checkOutputOptions(const OutputOptions& options, const OmString& out);
+
+/// The most that encoding a result takes for each of its pixels, in bytes. The name is that of checkOutputOptions().
+std::uint64_t encodingMemory(const OutputOptions& options, const OmString& out);
 
 /// The suffix of results in a directory, with the dot.
 OmString outputSuffix(const OutputOptions& options);
