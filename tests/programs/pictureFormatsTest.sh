@@ -154,6 +154,14 @@ grey.png jpg grey.icc
 grey.png webp /dev/null
 ink.jpg png /dev/null
 END
+exiftool -q -overwrite_original "-icc_profile<=rgb.icc" rgba.png
+for quality in 0 90; do # with alpha and a profile
+  "$convertPicture" rgba.png kept.webp $quality
+  dwebp -quiet -pam kept.webp -o read.pam
+  same kept.webp read.pam 0
+  read -r largest _ < <("$convertPicture" --compare read.pam rgba.webp.pam)
+  ((largest <= quality)) || wrong "WebP with a profile and quality $quality: $largest"
+done
 for from in rgb.jpg rgb.tif kept.png; do # kept.png has that of rgb.jpg
   [[ $from == kept.png ]] && "$convertPicture" rgb.jpg kept.png
   "$convertPicture" $from resolution.jpg && "$convertPicture" $from resolution.png
