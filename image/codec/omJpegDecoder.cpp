@@ -3,6 +3,7 @@
 #include "image/codec/omProfile.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
@@ -194,7 +195,7 @@ std::optional<OmImageMetadata::Resolution> OmJpegDecoder::resolution() const
   if (m_jpeg.density_unit == 0)
     return x == y ? std::nullopt : std::optional(OmImageMetadata::Resolution{x, y, false});
   const double perMetre = m_jpeg.density_unit == 1 ? 1.0 / 0.0254 : 100.0;
-  const auto scaled = [perMetre](OmU32 density) { return static_cast<OmU32>(density * perMetre + 0.5); };
+  const auto scaled = [perMetre](OmU32 density) { return static_cast<OmU32>(std::lround(density * perMetre)); };
   return OmImageMetadata::Resolution{scaled(x), scaled(y), true};
 }
 

@@ -4,6 +4,7 @@
 #include "image/codec/omTiffBlocks.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -200,7 +201,7 @@ bool TiffDecoder::readHeader()
   if (m_width == 0 || m_height == 0)
     return fail("its header has no size");
   const std::uint64_t pixels = std::uint64_t{m_width} * m_height;
-  const std::uint64_t pixelSize = isDirect() ? m_samples * ((m_bits + 7U) / 8U) : sizeof(OmU32);
+  const std::uint64_t pixelSize = isDirect() ? std::uint64_t{m_samples} * ((m_bits + 7U) / 8U) : sizeof(OmU32);
   if (pixels > std::numeric_limits<std::uint64_t>::max() / pixelSize || !mayHold(pixels * pixelSize))
     return fail(TooSmall);
   if (isDirect())
@@ -230,7 +231,8 @@ void TiffDecoder::readMetadata(OmImageMetadata& metadata)
   TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_RESOLUTIONUNIT, &unit);
   const bool isPerMetre = unit == RESUNIT_INCH || unit == RESUNIT_CENTIMETER;
   const double factor = unit == RESUNIT_INCH ? 1.0 / 0.0254 : isPerMetre ? 100.0 : 1.0;
-  const auto scaled = [factor](float number) { return static_cast<OmU32>(static_cast<double>(number) * factor + 0.5); };
+  const auto scaled = [factor](float number)
+  { return static_cast<OmU32>(std::lround(static_cast<double>(number) * factor)); };
   const bool isSound = x > 0.0F && x < Largest && y > 0.0F && y < Largest; // false for NaN
   if (isSound && scaled(x) > 0 && scaled(y) > 0 && (isPerMetre || scaled(x) != scaled(y)))
     metadata.resolution = {scaled(x), scaled(y), isPerMetre};
@@ -284,11 +286,12 @@ void TiffDecoder::copyConverted(const OmU32* pixels, OmU8* row) const
   const bool hasAlpha = m_alphaKind != EXTRASAMPLE_UNSPECIFIED;
   for (OmU32 x = 0; x < m_width; ++x, ++pixels, row += m_channels)
   {
-    const OmU8 colors[] = {static_cast<OmU8>(TIFFGetR(*pixels)), static_cast<OmU8>(TIFFGetG(*pixels)),
-                           static_cast<OmU8>(TIFFGetB(*pixels))};
     const auto alpha = static_cast<OmU8>(TIFFGetA(*pixels));
-    for (OmU32 color = 0; color < m_colors; ++color)
-      row[color] = hasAlpha ? unmultiplied(colors[color], alpha) : colors[color];
+    for (OmU32 channel = 0; channel < m_colors; ++channel)
+    {
+      const auto color = static_cast<OmU8>(*pixels >> 8 * channel); // TIFFGetR() and so on
+      row[channel] = hasAlpha ? unmultiplied(color, alpha) : color;
+    }
     if (m_channels > m_colors)
       row[m_colors] = hasAlpha ? alpha : OmU8{255};
   }

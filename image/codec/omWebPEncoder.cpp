@@ -76,9 +76,9 @@ WebPConfig configFor(const OmImageReaderWriter::WriteSettings& settings)
 }
 
 /// `count` bytes, the low ones first.
-void append(std::size_t number, int count, std::vector<OmU8>& bytes)
+void append(std::size_t number, std::size_t count, std::vector<OmU8>& bytes)
 {
-  for (int i = 0; i < count; ++i)
+  for (std::size_t i = 0; i < count; ++i)
     bytes.push_back(static_cast<OmU8>(number >> 8 * i));
 }
 
