@@ -159,6 +159,7 @@ for quality in 0 90; do # with alpha and a profile
   "$convertPicture" rgba.png kept.webp $quality
   dwebp -quiet -pam kept.webp -o read.pam
   same kept.webp read.pam 0
+  [[ $(exiftool -s3 -WebP_Flags kept.webp) == *Alpha* ]] || wrong "WebP's flags"
   read -r largest _ < <("$convertPicture" --compare read.pam rgba.webp.pam)
   ((largest <= quality)) || wrong "WebP with a profile and quality $quality: $largest"
 done
