@@ -71,7 +71,8 @@ bool decodePicture(OmImageDecoder& decoder, GrowingImage* image, OmString& reaso
   return false;
 }
 
-bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString& reason)
+/// Fills `metadata` unless it is null.
+bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmImageMetadata* metadata, OmString& reason)
 {
   const auto open = [&]
   {
@@ -83,6 +84,9 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString&
   std::unique_ptr<OmImageDecoder> decoder = open();
   if (!decoder)
     return false;
+  OmImageMetadata found;
+  if (metadata != nullptr)
+    decoder->readMetadata(found);
   GrowingImage picture;
   picture.begin(*decoder);
   if (!picture.growsGently(decoder->passes()))
@@ -100,6 +104,12 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString&
     image = std::move(static_cast<OmImage&>(picture));
   else
     image = uprightImage(picture, orientation);
+  if (metadata != nullptr)
+  {
+    if (isTurned(orientation) && found.resolution)
+      std::swap(found.resolution->x, found.resolution->y);
+    *metadata = std::move(found);
+  }
   return true;
 }
 
@@ -161,7 +171,15 @@ OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName, Om
   OmInputFile file;
   return reportFailure("read", fileName,
                        [&](OmString& reason)
-                       { return file.open(fileName, reason) && readPicture(file, flags, image, reason); });
+                       { return file.open(fileName, reason) && readPicture(file, flags, image, nullptr, reason); });
+}
+
+OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName, OmU32 flags, OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", fileName,
+                       [&](OmString& reason)
+                       { return file.open(fileName, reason) && readPicture(file, flags, image, &metadata, reason); });
 }
 
 OmBoolean OmImageReaderWriter::readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels)
@@ -178,7 +196,16 @@ OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& b
   OmInputFile file;
   return reportFailure("read", name,
                        [&](OmString& reason)
-                       { return file.open(bytes, reason) && readPicture(file, flags, image, reason); });
+                       { return file.open(bytes, reason) && readPicture(file, flags, image, nullptr, reason); });
+}
+
+OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags,
+                                      OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", name,
+                       [&](OmString& reason)
+                       { return file.open(bytes, reason) && readPicture(file, flags, image, &metadata, reason); });
 }
 
 OmBoolean OmImageReaderWriter::decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width,

@@ -2,6 +2,7 @@
 #define OM_IMAGE_READER_WRITER_H
 
 #include "image/omImage.h"
+#include "image/omImageMetadata.h"
 
 #include <vector>
 
@@ -78,6 +79,8 @@ public:
     /// Of JPEG and WebP, from 1 to 100. With 0 WebP is written without loss and JPEG with a quality of 90. From 90 on
     /// JPEG stores the colours of each pixel (4:4:4), below those of squares of four (4:2:0).
     int quality = 0;
+    /// What is written beside the pixels, as far as the format has it; null for nothing. It must outlive the call.
+    const OmImageMetadata* metadata = nullptr;
   };
 
   /// All formats, those that this library was built without included.
@@ -95,6 +98,9 @@ public:
   static OmBoolean read(OmImage& image, const OmString& fileName);
   /// The same with ReadFlags, or 0.
   static OmBoolean read(OmImage& image, const OmString& fileName, OmU32 flags);
+  /// The same, and what the file says besides its pixels. What is damaged there is left out. If the picture cannot be
+  /// read, `metadata` is unchanged too.
+  static OmBoolean read(OmImage& image, const OmString& fileName, OmU32 flags, OmImageMetadata& metadata);
 
   /// Reads only a picture file's header: the size in pixels, upright, and the channel count that read() would give. A
   /// failure is reported as by read() and leaves the arguments unchanged.
@@ -102,6 +108,9 @@ public:
 
   /// Reads a picture file that is in memory, as read() does. Messages call it `name`.
   static OmBoolean decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags);
+  /// The same, and what the file says besides its pixels, as read() does.
+  static OmBoolean decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags,
+                          OmImageMetadata& metadata);
 
   /// Reads only the header of a picture file that is in memory, as readHeader() does. Messages call it `name`.
   static OmBoolean decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width, OmU32& height,

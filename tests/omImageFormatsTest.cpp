@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -92,6 +93,57 @@ TEST(omImageFormatsTest, DecodesWhatItEncodes)
   EXPECT_EQ(capture.messages(),
             (Messages{{4, start + "write \"frame 3\": PPM holds no alpha; write PAM or PNG, or leave the alpha out\n"},
                       {4, start + "read \"frame 4\": the file is empty\n"}}));
+}
+
+TEST(omImageFormatsTest, WritesTheChannelsThatAreAskedFor)
+{
+  using Writer = OmImageReaderWriter;
+  using Pixels = std::vector<OmU8>;
+  struct Case
+  {
+    const char* what;
+    OmU32 channels;
+    Pixels pixels; // of an image one pixel high
+    Writer::Format format;
+    Writer::Channels choice;
+    bool withoutAlpha;
+    Pixels expected;
+  };
+  const Pixels grey4 = {7, 7, 7, 9, 200, 200, 200, 0}, nearly = {7, 7, 7, 200, 200, 201},
+               colors = {255, 0, 0, 0, 255, 0};
+  const Case cases[] = {
+      {"equal", 4, grey4, Writer::PAM, Writer::GreyIfEqual, false, {7, 9, 200, 0}},
+      {"equal, no alpha", 4, grey4, Writer::PNG, Writer::GreyIfEqual, true, {7, 200}},
+      {"not equal", 3, nearly, Writer::PNG, Writer::GreyIfEqual, false, nearly},
+      {"not equal in blue", 3, {7, 7, 7, 1, 2, 1}, Writer::PNG, Writer::GreyIfEqual, false, {7, 7, 7, 1, 2, 1}},
+      {"light", 3, colors, Writer::PAM, Writer::Grey, false, {54, 182}},
+      {"equal light", 3, {1, 1, 1, 254, 254, 254}, Writer::PAM, Writer::Grey, false, {1, 254}},
+      {"over white", 4, grey4, Writer::PAM, Writer::RGB, false, {246, 246, 246, 255, 255, 255}},
+      {"left out", 4, grey4, Writer::PAM, Writer::RGB, true, {7, 7, 7, 200, 200, 200}},
+      {"grey over white", 2, {7, 9, 200, 255}, Writer::PPM, Writer::Grey, false, {246, 200}},
+      {"new alpha", 1, {5, 6}, Writer::PNG, Writer::RGBA, false, {5, 5, 5, 255, 6, 6, 6, 255}},
+      {"grey and alpha", 4, grey4, Writer::PNG, Writer::GreyAlpha, false, {7, 9, 200, 0}},
+      {"no grey in WebP", 2, {5, 255, 6, 3}, Writer::WebP, Writer::AsTheyAre, false, {5, 5, 5, 255, 6, 6, 6, 3}},
+      {"under transparency", 4, grey4, Writer::WebP, Writer::AsTheyAre, false, grey4}};
+  for (const Case& c : cases)
+  {
+    SCOPED_TRACE(c.what);
+    const auto& formats = Writer::formats();
+    if (std::none_of(formats.begin(), formats.end(),
+                     [&c](const Writer::FormatSupport& support)
+                     { return support.format == c.format && support.isWritten; }))
+      continue;
+    OmImage image(c.channels, 2, 1);
+    std::copy(c.pixels.begin(), c.pixels.end(), image.data());
+    Writer::WriteSettings settings;
+    settings.format = c.format;
+    settings.channels = c.choice;
+    settings.withoutAlpha = c.withoutAlpha;
+    std::vector<OmU8> bytes;
+    OmImage copy;
+    ASSERT_TRUE(Writer::encode(image, "picture", settings, bytes) && Writer::decode(copy, bytes, "picture", 0));
+    EXPECT_EQ(Pixels(copy.data(), copy.data() + copy.byteSize()), c.expected);
+  }
 }
 
 TEST(omImageFormatsTest, CompressesAsAsked)

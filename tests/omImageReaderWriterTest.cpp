@@ -281,17 +281,33 @@ TEST_F(omImageReaderWriterTest, RefusesWhatIsNoPicture)
   EXPECT_TRUE(width == 1 && height == 2 && channels == 3);
 }
 
+/// Whether the library was built with the format that the name has.
+bool isBuilt(const OmString& name)
+{
+  OmImageReaderWriter::Format format = OmImageReaderWriter::Raw;
+  OmImageReaderWriter::formatOfName(name, format);
+  for (const OmImageReaderWriter::FormatSupport& support : OmImageReaderWriter::formats())
+    if (support.format == format)
+      return support.isRead;
+  return false;
+}
+
 TEST_F(omImageReaderWriterTest, RefusesEveryTruncationAndSurvivesEveryChangedByte)
 {
   for (const char* name : {"paletteAlpha.png", "rgb.png", "rgba16.png", "grey.jpg", "progressive.jpg", "cmyk.jpg",
                            "ycck.jpg", "turned.png", "turned.jpg", "turned.webp", "lossy.webp", "lossless.webp",
                            "strips.tif", "tiles.tif", "palette.tif"})
   {
+    if (!isBuilt(name))
+      continue;
     const OmString whole = contents(fixture(name));
     ASSERT_GT(whole.size(), 70U);
     const bool isTiff = whole[1] == 'I';
     OmImage expected;
-    ASSERT_TRUE(OmImageReaderWriter::read(expected, fixture(name)));
+    OmImageMetadata metadata;
+    ASSERT_TRUE(OmImageReaderWriter::read(expected, fixture(name), 0, metadata));
+    EXPECT_EQ(metadata.profile.size(),
+              whole.find("acsp") != OmString::npos || OmString(name) == "turned.png" ? 132U : 0U);
     for (std::size_t at = 0; at < whole.size(); ++at)
     {
       SCOPED_TRACE(testing::Message() << name << " byte " << at);
@@ -310,7 +326,8 @@ TEST_F(omImageReaderWriterTest, RefusesEveryTruncationAndSurvivesEveryChangedByt
         bytes[at] = static_cast<char>(bytes[at] ^ change);
         store(path("changed"), bytes);
         OmImage image;
-        if (OmImageReaderWriter::read(image, path("changed")))
+        OmImageMetadata ignored;
+        if (OmImageReaderWriter::read(image, path("changed"), 0, ignored))
         {
           EXPECT_FALSE(whole[0] == '\x89' && at < 33) << "a checksum protects the header of a PNG file";
           EXPECT_EQ(image.byteSize(), std::size_t{image.width()} * image.height() * image.channels());
@@ -385,6 +402,8 @@ TEST_F(omImageReaderWriterTest, AHeaderAloneTakesNoMemory)
   for (const Case& c : cases)
   {
     SCOPED_TRACE(c.name);
+    if (!isBuilt(c.name))
+      continue;
     OmString bytes = contents(fixture(c.name));
     if (c.side != 0)
       enlarge(bytes, c.side);

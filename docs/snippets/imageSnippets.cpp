@@ -6,6 +6,7 @@
 #include "foundation/core/omApplication.h"
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
+#include "image/omImageMetadata.h"
 #include "image/omImageReaderWriter.h"
 #include "image/omImageScaling.h"
 #include "image/omImageStream.h"
@@ -100,6 +101,19 @@ int readAndWrite()
   return 0;
 }
 
+int keepMetadata()
+{
+  OmImage image;
+  // [omImageMetadata.h
+  OmImageMetadata metadata;
+  if (!OmImageReaderWriter::read(image, "photo.jpg", 0, metadata))
+    return 1;
+  OmImageReaderWriter::WriteSettings settings;
+  settings.metadata = &metadata; // the photo's colour profile goes along
+  return OmImageReaderWriter::write(image, "photo.png", settings) ? 0 : 1;
+  // omImageMetadata.h]
+}
+
 void stream()
 {
   OmImageReaderWriter::WriteSettings settings;
@@ -147,5 +161,6 @@ int main(int argc, char** argv)
   CHECK(readAndWrite() == 1); // there is no photo.jpg yet
   std::filesystem::copy_file(photo, "photo.jpg");
   CHECK(readAndWrite() == 0);
+  CHECK(keepMetadata() == 0);
   return 0;
 }

@@ -3,6 +3,7 @@
 
 #include "foundation/core/omTypes.h"
 #include "image/codec/omExif.h"
+#include "image/omImageMetadata.h"
 
 #include <cstdio>
 
@@ -32,6 +33,8 @@ public:
     m_addsAlpha = m_channels == 3;
     m_channels += m_addsAlpha ? 1 : 0;
   }
+  /// Adds what the file says besides its pixels, if anybody wants to know. Goes between readHeader() and start().
+  virtual void readMetadata(OmImageMetadata&) {}
   /// How often all rows are read, top to bottom. After the first pass, readRow() must be given the row as the pass
   /// before left it.
   int passes() const { return m_passes; }

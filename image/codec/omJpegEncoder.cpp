@@ -1,6 +1,10 @@
 #include "image/codec/omJpegEncoder.h"
 
+#include "image/codec/omProfile.h"
+
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <csetjmp>
 #include <cstdio>
 #include <new>
@@ -129,17 +133,38 @@ void setUp(jpeg_compress_struct& jpeg, const OmImageRows& rows, const OmImageRea
     jpeg_simple_progression(&jpeg);
 }
 
+/// JFIF has numbers of 16 bits: per inch, or per centimetre where these are the whole ones.
+void setResolution(jpeg_compress_struct& jpeg, const OmImageMetadata::Resolution& resolution)
+{
+  constexpr double Inch = 0.0254, Largest = 65535.0;
+  const double x = resolution.x, y = resolution.y;
+  const bool isCentimetre = resolution.x % 100 == 0 && resolution.y % 100 == 0;
+  const double largest = std::max(x, y);
+  const double factor = !resolution.isPerMetre ? std::min(1.0, Largest / largest) : isCentimetre ? 0.01 : Inch;
+  const auto scaled = [factor](double number) { return std::floor(number * factor + 0.5); };
+  if (scaled(largest) > Largest || scaled(std::min(x, y)) < 1.0)
+    return;
+  jpeg.density_unit = static_cast<UINT8>(!resolution.isPerMetre ? 0 : isCentimetre ? 2 : 1);
+  jpeg.X_density = static_cast<UINT16>(scaled(x));
+  jpeg.Y_density = static_cast<UINT16>(scaled(y));
+}
+
 } // namespace
 
 bool OmJpegEncoder::encode(OmImageRows& rows, std::vector<OmU8>& bytes, OmString& reason) const
 {
   Encoder encoder(bytes);
+  const std::vector<OmU8>* const profile = OmProfile::of(m_settings.metadata, rows.channels());
   bool done = encoder.attempt(
       [&](jpeg_compress_struct& jpeg)
       {
         encoder.create();
         setUp(jpeg, rows, m_settings);
+        if (m_settings.metadata != nullptr && m_settings.metadata->resolution)
+          setResolution(jpeg, *m_settings.metadata->resolution);
         jpeg_start_compress(&jpeg, TRUE);
+        if (profile != nullptr)
+          jpeg_write_icc_profile(&jpeg, profile->data(), static_cast<unsigned>(profile->size()));
       });
   for (OmU32 y = 0; done && y < rows.height(); ++y)
   {

@@ -153,7 +153,7 @@ bool OmPictureKinds::encode(const OmImage& image, const Writer::WriteSettings& s
   switch (settings.format)
   {
   case Writer::PNG:
-    OmPngEncoder(settings.compression).encode(rows, bytes);
+    OmPngEncoder(settings).encode(rows, bytes);
     return true;
   case Writer::JPEG:
     return OmJpegEncoder(settings).encode(rows, bytes, reason);

@@ -1,6 +1,7 @@
 #include "image/codec/omPngDecoder.h"
 
 #include "image/codec/omPngChunks.h"
+#include "image/codec/omPngMetadata.h"
 
 #include <csetjmp>
 #include <cstdio>
@@ -92,6 +93,15 @@ bool OmPngDecoder::readHeader()
         m_passes = png_set_interlace_handling(m_png);
       });
   return done && (fileMayHoldPicture() || fail("the file is too small for the size in its header"));
+}
+
+/// libpng goes on where it was.
+void OmPngDecoder::readMetadata(OmImageMetadata& metadata)
+{
+  const off_t place = ::ftello(m_file.stream());
+  OmPngMetadata::read(m_file, metadata);
+  if (::fseeko(m_file.stream(), place, SEEK_SET) != 0)
+    std::rewind(m_file.stream()); // start() then fails
 }
 
 bool OmPngDecoder::start()

@@ -1,8 +1,10 @@
 #include "image/codec/omTiff.h"
 
+#include "image/codec/omProfile.h"
 #include "image/codec/omTiffBlocks.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -106,6 +108,7 @@ public:
   explicit TiffDecoder(const OmInputFile& file) : m_file(file) {}
 
   bool readHeader() override;
+  void readMetadata(OmImageMetadata& metadata) override;
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override { return true; }
@@ -198,7 +201,7 @@ bool TiffDecoder::readHeader()
   if (m_width == 0 || m_height == 0)
     return fail("its header has no size");
   const std::uint64_t pixels = std::uint64_t{m_width} * m_height;
-  const std::uint64_t pixelSize = isDirect() ? m_samples * ((m_bits + 7U) / 8U) : sizeof(OmU32);
+  const std::uint64_t pixelSize = isDirect() ? std::uint64_t{m_samples} * ((m_bits + 7U) / 8U) : sizeof(OmU32);
   if (pixels > std::numeric_limits<std::uint64_t>::max() / pixelSize || !mayHold(pixels * pixelSize))
     return fail(TooSmall);
   if (isDirect())
@@ -211,6 +214,28 @@ bool TiffDecoder::readHeader()
     return fail(reason);
   m_reason[0] = '\0';
   return true;
+}
+
+void TiffDecoder::readMetadata(OmImageMetadata& metadata)
+{
+  OmU32 size = 0;
+  const void* profile = nullptr;
+  if (TIFFGetField(m_page.get(), TIFFTAG_ICCPROFILE, &size, &profile) != 0 && profile != nullptr)
+    OmProfile::keep(static_cast<const OmU8*>(profile), size, metadata);
+
+  constexpr float Largest = 1e6F;
+  float x = 0.0F, y = 0.0F;
+  std::uint16_t unit = RESUNIT_INCH;
+  TIFFGetField(m_page.get(), TIFFTAG_XRESOLUTION, &x);
+  TIFFGetField(m_page.get(), TIFFTAG_YRESOLUTION, &y);
+  TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_RESOLUTIONUNIT, &unit);
+  const bool isPerMetre = unit == RESUNIT_INCH || unit == RESUNIT_CENTIMETER;
+  const double factor = unit == RESUNIT_INCH ? 1.0 / 0.0254 : isPerMetre ? 100.0 : 1.0;
+  const auto scaled = [factor](float number)
+  { return static_cast<OmU32>(std::lround(static_cast<double>(number) * factor)); };
+  const bool isSound = x > 0.0F && x < Largest && y > 0.0F && y < Largest; // false for NaN
+  if (isSound && scaled(x) > 0 && scaled(y) > 0 && (isPerMetre || scaled(x) != scaled(y)))
+    metadata.resolution = {scaled(x), scaled(y), isPerMetre};
 }
 
 bool TiffDecoder::start()
@@ -261,11 +286,12 @@ void TiffDecoder::copyConverted(const OmU32* pixels, OmU8* row) const
   const bool hasAlpha = m_alphaKind != EXTRASAMPLE_UNSPECIFIED;
   for (OmU32 x = 0; x < m_width; ++x, ++pixels, row += m_channels)
   {
-    const OmU8 colors[] = {static_cast<OmU8>(TIFFGetR(*pixels)), static_cast<OmU8>(TIFFGetG(*pixels)),
-                           static_cast<OmU8>(TIFFGetB(*pixels))};
     const auto alpha = static_cast<OmU8>(TIFFGetA(*pixels));
-    for (OmU32 color = 0; color < m_colors; ++color)
-      row[color] = hasAlpha ? unmultiplied(colors[color], alpha) : colors[color];
+    for (OmU32 channel = 0; channel < m_colors; ++channel)
+    {
+      const auto color = static_cast<OmU8>(*pixels >> 8 * channel); // TIFFGetR() and so on
+      row[channel] = hasAlpha ? unmultiplied(color, alpha) : color;
+    }
     if (m_channels > m_colors)
       row[m_colors] = hasAlpha ? alpha : OmU8{255};
   }

@@ -1,5 +1,6 @@
 #include "image/codec/omWebP.h"
 
+#include "image/codec/omProfile.h"
 #include "image/codec/omWebPChunks.h"
 
 #include <algorithm>
@@ -59,6 +60,12 @@ public:
     const OmWebPChunk exif = findWebPChunk(m_bytes, "EXIF");
     m_orientation = OmExif::orientation(exif.data, exif.size);
     return true;
+  }
+
+  void readMetadata(OmImageMetadata& metadata) override
+  {
+    const OmWebPChunk profile = findWebPChunk(m_bytes, "ICCP");
+    OmProfile::keep(profile.data, profile.size, metadata);
   }
 
   bool start() override

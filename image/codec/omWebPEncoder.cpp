@@ -1,5 +1,8 @@
 #include "image/codec/omWebP.h"
 
+#include "image/codec/omProfile.h"
+#include "image/codec/omWebPChunks.h"
+
 #include <new>
 
 #include <webp/encode.h>
@@ -8,7 +11,7 @@ namespace
 {
 
 /// By OmImageReaderWriter::Compression: libwebp's efforts, from 0, without loss up to 9 and with loss up to 6.
-constexpr int LosslessEfforts[] = {1, 4, 9};
+constexpr int LosslessEfforts[] = {0, 2, 9};
 constexpr int LossyEfforts[] = {2, 4, 6};
 
 class Picture : public WebPPicture
@@ -72,6 +75,40 @@ WebPConfig configFor(const OmImageReaderWriter::WriteSettings& settings)
   return config;
 }
 
+/// `count` bytes, the low ones first.
+void append(std::size_t number, std::size_t count, std::vector<OmU8>& bytes)
+{
+  for (std::size_t i = 0; i < count; ++i)
+    bytes.push_back(static_cast<OmU8>(number >> 8 * i));
+}
+
+void appendChunk(const char* type, const OmWebPChunk& chunk, std::vector<OmU8>& bytes)
+{
+  bytes.insert(bytes.end(), type, type + 4);
+  append(chunk.size, 4, bytes);
+  bytes.insert(bytes.end(), chunk.data, chunk.data + chunk.size);
+  append(0, chunk.size % 2, bytes);
+}
+
+/// Appends the file in the extended form, which has a profile before the picture.
+void appendWithProfile(const std::vector<OmU8>& file, const OmImageRows& rows, const std::vector<OmU8>& profile,
+                       std::vector<OmU8>& bytes)
+{
+  constexpr OmU8 HasProfile = 0x20, HasAlpha = 0x10;
+  std::vector<OmU8> features;
+  append(HasProfile | (rows.channels() == 4 ? HasAlpha : 0U), 4, features);
+  append(rows.width() - 1, 3, features);
+  append(rows.height() - 1, 3, features);
+
+  std::vector<OmU8> body = {'W', 'E', 'B', 'P'};
+  appendChunk("VP8X", {features.data(), features.size()}, body);
+  appendChunk("ICCP", {profile.data(), profile.size()}, body);
+  for (const char* const type : {"ALPH", "VP8 ", "VP8L"})
+    if (const OmWebPChunk chunk = findWebPChunk(file, type); chunk.data != nullptr)
+      appendChunk(type, chunk, body);
+  appendChunk("RIFF", {body.data(), body.size()}, bytes);
+}
+
 } // namespace
 
 bool OmWebP::encode(OmImageRows& rows, const OmImageReaderWriter::WriteSettings& settings, std::vector<OmU8>& bytes,
@@ -82,7 +119,11 @@ bool OmWebP::encode(OmImageRows& rows, const OmImageReaderWriter::WriteSettings&
   picture.fill(rows);
   if (WebPEncode(&config, &picture) != 0)
   {
-    bytes.insert(bytes.end(), picture.begin(), picture.end());
+    const std::vector<OmU8>* const profile = OmProfile::of(settings.metadata, rows.channels());
+    if (profile != nullptr)
+      appendWithProfile({picture.begin(), picture.end()}, rows, *profile, bytes);
+    else
+      bytes.insert(bytes.end(), picture.begin(), picture.end());
     return true;
   }
   if (picture.error_code == VP8_ENC_ERROR_OUT_OF_MEMORY || picture.error_code == VP8_ENC_ERROR_BITSTREAM_OUT_OF_MEMORY)

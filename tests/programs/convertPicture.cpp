@@ -1,5 +1,6 @@
 // What pictureFormatsTest.sh does with OmImageReaderWriter:
-//   convertPicture IN OUT.SUFFIX [QUALITY]   reads a picture and writes it in the format of the name
+//   convertPicture IN OUT.SUFFIX [QUALITY]   reads a picture and writes it, with its metadata, in the
+//                                            format of the name
 //   convertPicture --compare A B             prints the largest and the mean square difference of two pictures, where
 //                                            what is transparent counts less
 #include "image/omImageReaderWriter.h"
@@ -12,10 +13,11 @@
 namespace
 {
 
-bool read(OmImage& image, const char* file)
+bool read(OmImage& image, const char* file, OmImageMetadata& metadata)
 {
   OmU32 width = 0, height = 0, channels = 0;
-  if (!OmImageReaderWriter::readHeader(file, width, height, channels) || !OmImageReaderWriter::read(image, file))
+  if (!OmImageReaderWriter::readHeader(file, width, height, channels) ||
+      !OmImageReaderWriter::read(image, file, 0, metadata))
     return false;
   if (width == image.width() && height == image.height() && channels == image.channels())
     return true;
@@ -26,9 +28,11 @@ bool read(OmImage& image, const char* file)
 bool convert(const char* from, const char* to, int quality)
 {
   OmImage image;
+  OmImageMetadata metadata;
   OmImageReaderWriter::WriteSettings settings;
   settings.quality = quality;
-  return read(image, from) && OmImageReaderWriter::formatOfName(to, settings.format) &&
+  settings.metadata = &metadata;
+  return read(image, from, metadata) && OmImageReaderWriter::formatOfName(to, settings.format) &&
          OmImageReaderWriter::write(image, to, settings);
 }
 
@@ -43,7 +47,8 @@ int sample(const OmImage& image, std::size_t pixel, OmU32 channel)
 bool compare(const char* first, const char* second)
 {
   OmImage a, b;
-  if (!read(a, first) || !read(b, second) || a.width() != b.width() || a.height() != b.height())
+  OmImageMetadata ignored;
+  if (!read(a, first, ignored) || !read(b, second, ignored) || a.width() != b.width() || a.height() != b.height())
     return false;
   int largest = 0;
   double squares = 0.0;

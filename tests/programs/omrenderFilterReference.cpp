@@ -120,7 +120,7 @@ const std::map<std::string, double (*)(const Place&)> Filters = {
 
 bool agrees(const std::string& name, const OmImage& picture, const OmImage& filtered, const OmImage& table)
 {
-  if (filtered.channels() != (picture.channels() % 2 == 0 ? 4 : 3) || filtered.width() != picture.width() ||
+  if (filtered.channels() != picture.channels() || filtered.width() != picture.width() ||
       filtered.height() != picture.height())
     return false;
   double worst = 0.0;

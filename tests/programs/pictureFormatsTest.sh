@@ -2,17 +2,23 @@
 # OmImageReaderWriter and other programs read each other's pictures. pictureFormatsTest.sh CONVERT_PICTURE
 set -uo pipefail
 
-for program in convert exiftool cwebp; do
+for program in convert exiftool cwebp python3; do
   type -P $program >/dev/null && continue
   echo "skipped: it takes the packages imagemagick, libimage-exiftool-perl and webp"
   exit 77
 done
 
 convertPicture=$1
+fixtures=$(realpath "$(dirname "$0")/../fixtures")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 failures=0
+for built in lossy.webp strips.tif; do
+  [[ $("$convertPicture" "$fixtures/$built" read.pam 2>&1) == *"was built without"* ]] || continue
+  echo "skipped: $built is of a format that was left out"
+  exit 77
+done
 
 wrong() {
   echo "FAILED: $*" >&2
@@ -108,5 +114,81 @@ convert rgb.png -colorspace gray -depth 8 grey.png
 samplings=$(exiftool -s3 -YCbCrSubSampling 90.jpg 60.jpg; exiftool -s3 -ColorComponents grey.jpg)
 [[ $(grep -o 'YCbCr.*\|^1$' <<<"$samplings" | tr '\n' ' ') == 'YCbCr4:4:4 (1 1) YCbCr4:2:0 (2 2) 1 ' ]] ||
   wrong "JPEG's components: $samplings"
+
+# What belongs to a picture stays with it: the profile byte for byte, also in parts of 64 KiB, unless its colours are of
+# another kind; the resolution; and what PNG says of its colours.
+profile() { # FILE COLOURS SIZE
+  python3 -c 'import sys
+data = bytearray(i * 7 % 251 for i in range(int(sys.argv[3])))
+data[0:4], data[12:24], data[36:40] = len(data).to_bytes(4, "big"), b"mntr" + sys.argv[2].encode() + b"XYZ ", b"acsp"
+data[128:132] = bytes(4) # no tags
+open(sys.argv[1], "wb").write(data)' "$@"
+}
+profile rgb.icc 'RGB ' 150000
+profile grey.icc GRAY 500
+profile ink.icc CMYK 500
+convert rgb.png -units PixelsPerInch -density 300x150 -compress zip rgb.tif
+for kind in rgb grey; do
+  convert $kind.png -units PixelsPerInch -density 300x150 -quality 95 $kind.jpg
+  exiftool -q -overwrite_original "-icc_profile<=$kind.icc" $kind.jpg $kind.png
+done
+exiftool -q -overwrite_original "-icc_profile<=rgb.icc" rgb.tif
+convert rgb.png -strip plain.png
+cwebp -quiet -metadata all rgb.jpg -o rgb.webp
+convert rgb.png -colorspace cmyk -strip ink.jpg && exiftool -q -overwrite_original "-icc_profile<=ink.icc" ink.jpg
+while read -r from to expected; do
+  "$convertPicture" "$from" "kept.$to"
+  exiftool -b -icc_profile "kept.$to" >kept.icc
+  cmp -s kept.icc "$expected" || wrong "the profile of $from as $to"
+done <<'END'
+rgb.jpg png rgb.icc
+rgb.jpg jpg rgb.icc
+rgb.jpg webp rgb.icc
+rgb.png jpg rgb.icc
+rgb.png png rgb.icc
+rgb.tif png rgb.icc
+rgb.webp jpg rgb.icc
+rgb.webp webp rgb.icc
+grey.jpg png grey.icc
+grey.png jpg grey.icc
+grey.png webp /dev/null
+ink.jpg png /dev/null
+END
+exiftool -q -overwrite_original "-icc_profile<=rgb.icc" rgba.png
+for quality in 0 90; do # with alpha and a profile
+  "$convertPicture" rgba.png kept.webp $quality
+  dwebp -quiet -pam kept.webp -o read.pam
+  same kept.webp read.pam 0
+  [[ $(exiftool -s3 -WebP_Flags kept.webp) == *Alpha* ]] || wrong "WebP's flags"
+  read -r largest _ < <("$convertPicture" --compare read.pam rgba.webp.pam)
+  ((largest <= quality)) || wrong "WebP with a profile and quality $quality: $largest"
+done
+for from in rgb.jpg rgb.tif kept.png; do # kept.png has that of rgb.jpg
+  [[ $from == kept.png ]] && "$convertPicture" rgb.jpg kept.png
+  "$convertPicture" $from resolution.jpg && "$convertPicture" $from resolution.png
+  [[ $(exiftool -s3 -n -XResolution -YResolution -ResolutionUnit resolution.jpg | tr '\n' ' ') == '300 150 1 ' &&
+    $(exiftool -s3 -n -PixelsPerUnitX -PixelsPerUnitY -PixelUnits resolution.png | tr '\n' ' ') == '11811 5906 1 ' ]] ||
+    wrong "the resolution of $from"
+done
+exiftool -q -n -overwrite_original -Orientation=6 rgb.jpg && "$convertPicture" rgb.jpg turned.jpg
+[[ $(exiftool -s3 -n -XResolution -YResolution -Orientation turned.jpg | tr '\n' ' ') == '150 300 ' ]] ||
+  wrong "the resolution of a turned picture"
+python3 - <<'END'
+import struct, zlib
+data = open("plain.png", "rb").read()
+def chunk(kind, body):
+    return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+said = (chunk(b"cICP", bytes((9, 16, 0, 1))) + chunk(b"sRGB", b"\2") + chunk(b"gAMA", struct.pack(">I", 50000))
+        + chunk(b"cHRM", struct.pack(">8I", *range(10000, 10008))) + chunk(b"pHYs", struct.pack(">IIB", 3, 4, 0)))
+open("said.chunks", "wb").write(said)
+open("said.png", "wb").write(data[:33] + said + data[33:])
+damaged = bytearray(said)
+for at in (10, 24, 38, 60, 105):
+    damaged[at] ^= 1
+open("damaged.png", "wb").write(data[:33] + damaged + data[33:])
+END
+"$convertPicture" said.png kept.png
+head -c $((33 + $(stat -c %s said.chunks))) kept.png | tail -c +34 | cmp - said.chunks || wrong "the chunks of PNG"
+"$convertPicture" damaged.png kept.png && [[ $(head -c 41 kept.png | tail -c 4) == IDAT ]] || wrong "damaged chunks"
 
 [[ $failures == 0 ]]

@@ -123,7 +123,7 @@ std::uint64_t Batch::memoryFor(const PictureInput& input) const
   const auto [width, height] = m_pipeline.resultSize(header);
   const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
   const std::uint64_t resultPixels = std::uint64_t{width} * height;
-  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + 4 + 4) * resultPixels);
+  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + m_settings.encodingMemory) * resultPixels);
 }
 
 /// Returns the first picture in that state, or null.

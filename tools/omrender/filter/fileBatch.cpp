@@ -8,7 +8,7 @@ class FileInput : public PictureInput
 public:
   FileInput(const OmString& file, LibraryLog& log) : PictureInput(readHeader(file, log)), m_log(log) {}
 
-  OmImage read() override { return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha); }
+  OmImage read() override { return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha, &m_metadata); }
 
 private:
   LibraryLog& m_log;

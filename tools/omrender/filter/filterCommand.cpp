@@ -161,7 +161,8 @@ void filter(const FilterOptions& options, LibraryLog& log)
   const std::unique_ptr<PictureSink> sink = makeSink(options, plan, log);
   const bool isStream = options.readsStream() || options.places.writesStream();
   const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4),
-                                  isStream ? 0 : plan.pictures().size(), isStream};
+                                  isStream ? 0 : plan.pictures().size(), isStream,
+                                  encodingMemory(options.output, options.places.file)};
   const bool isGood = Batch(*source, pipeline, *sink, settings).run();
   if (options.places.skipExisting)
     std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.pictures().size()

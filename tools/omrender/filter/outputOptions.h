@@ -4,6 +4,7 @@
 #include "image/omImageReaderWriter.h"
 #include "tools/omrender/filter/pictureSource.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace CLI
@@ -18,6 +19,7 @@ struct OutputOptions
   std::optional<OmImageReaderWriter::Channels> channels;
   std::optional<int> quality;
   OmImageReaderWriter::Compression compression = OmImageReaderWriter::Default;
+  bool strip = false; ///< without metadata
 };
 
 /// Adds the options. They must outlive the command.
@@ -27,10 +29,14 @@ void addOutputOptions(CLI::App& command, OutputOptions& options);
 /// options ask for. The name is a file; empty for a directory; "-" for standard output.
 void checkOutputOptions(const OutputOptions& options, const OmString& out);
 
+/// The most that encoding a result takes for each of its pixels, in bytes. The name is that of checkOutputOptions().
+std::uint64_t encodingMemory(const OutputOptions& options, const OmString& out);
+
 /// The suffix of results in a directory, with the dot.
 OmString outputSuffix(const OutputOptions& options);
 
-/// How the result of a picture is written. Without a `name` it goes to standard output.
+/// How the result of a picture that has been read is written. Without a `name` it goes to standard output. The picture
+/// must outlive the settings.
 OmImageReaderWriter::WriteSettings writeSettings(const OutputOptions& options, const OmString& name,
                                                  const PictureInput& input);
 

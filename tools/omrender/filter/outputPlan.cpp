@@ -40,7 +40,7 @@ void checkDirectory(const std::filesystem::path& directory)
 
 void addPlaceOptions(CLI::App& command, OutputPlaces& places)
 {
-  addParsedOption(command, "--out", "OUT.png", places.file, readFileName, "the name of a file, or -",
+  addParsedOption(command, "--out", "OUT", places.file, readFileName, "the name of a file, or -",
                   "Write the result in the format of the name's suffix, or with - to standard output; takes one FILE");
   addParsedOption(command, "--out-dir", "DIR", places.directory, readFileName, "the name of a directory",
                   "Write the results here under the files' names, as .png or the suffix of --format; made if need be");

@@ -37,7 +37,7 @@ public:
   OmImage read() override
   {
     OmImage image;
-    if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha))
+    if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha, m_metadata))
       throw Failure(m_log.takeReason("cannot read " + quoted(header().file)));
     m_bytes = {};
     return image;
