@@ -94,8 +94,9 @@ ffmpeg -nostdin -v error -f lavfi -i haldclutsrc=4 -frames:v 1 hald.png && "$ref
   wrong "pictures for tables"
 while read -r dimensions size low high ending how; do
   cube film.CUBE "$dimensions" "$size" "$low" "$high" "$ending"
-  for lacking in "" "-GL_ARB_texture_non_power_of_two -GL_ARB_texture_float"; do
+  for lacking in "" -GL_ARB_texture_non_power_of_two -GL_ARB_texture_float; do
     for picture in hald.png noise.png; do
+      [[ ! $lacking || $picture == hald.png ]] || continue
       MESA_EXTENSION_OVERRIDE=$lacking "$omrender" filter --shader lut --texture lut=film.CUBE $picture --out out.png 2>&1 &&
         "$reference" cube $picture out.png film.CUBE >stdout || wrong "$dimensions $size $lacking $picture: $(cat stdout)"
       [[ $picture$size != hald.png16 || $lacking || $(cat stdout) == "off by 0" ]] || wrong "a texel: $(cat stdout)"
@@ -114,6 +115,18 @@ done <<'END'
 1 1024 0 1 \r\n lut1d=film.CUBE:interp=linear
 1 65536 0 1 \n lut1d=film.CUBE:interp=linear
 1 700 0.25 0.75 \n none
+END
+# With floats, tables hold what bytes do not.
+printf 'LUT_1D_SIZE 2\n-1 0.001 3\n0 0 0\n' >wide.cube
+echo 'uniform sampler2D image, t; void main() {
+gl_FragColor = texture2D(image, gl_TexCoord[0].st) * 0.0 + texture2D(t, vec2(0.25, 0.5)) * vec4(-0.5, 400.0, 0.2, 1.0); }' >wide.frag
+while read -r lacking color; do
+  MESA_EXTENSION_OVERRIDE=$lacking "$omrender" filter --shader wide --texture t=wide.cube --format raw hald.png \
+    --size 1x1 --out - | od -An -tu1 | xargs >stdout
+  [[ $(cat stdout) == "$color" ]] || wrong "wide $lacking: $(cat stdout)"
+done <<'END'
+-GL_none 128 102 153
+-GL_ARB_texture_float 0 0 51
 END
 printf 'LUT_3D_SIZE 2\n0 0 x\n' >bad.cube
 refuses 1 'cannot read "bad.cube": line 2: "x" is no' filter --shader lut --texture lut=bad.cube chart.png --out out.png
