@@ -206,7 +206,7 @@ std::size_t OmColorTable::Parser::wantedRows() const
 
 OmString OmColorTable::Parser::readRow(std::string_view line)
 {
-  const OmString failure = rows() == 0 ? checkHeader() : "";
+  OmString failure = rows() == 0 ? checkHeader() : "";
   if (!failure.empty())
     return failure;
   if (rows() == wantedRows())
@@ -272,7 +272,7 @@ OmString OmColorTable::Parser::checkHeader() const
 
 OmString OmColorTable::Parser::checkEnd() const
 {
-  const OmString failure = checkHeader();
+  OmString failure = checkHeader();
   if (!failure.empty() || rows() == wantedRows())
     return failure;
   return "the file ends with " + std::to_string(rows()) + " rows and not " + std::to_string(wantedRows());

@@ -95,7 +95,8 @@ TEST(omColorTableTest, TakesTheLargestAndNoMore)
     {
       OmColorTable table;
       OmString message;
-      const bool isRead = readText(table, header + rows(static_cast<std::size_t>(count + more)), message);
+      const bool isRead = readText(
+          table, header + rows(static_cast<std::size_t>(count) + static_cast<std::size_t>(more + 1) - 1), message);
       EXPECT_EQ(isRead, more == 0) << message;
       const OmString line = "line " + std::to_string(count + 2) + ": ";
       EXPECT_EQ(message.find(line) != OmString::npos, more == 1) << message;
