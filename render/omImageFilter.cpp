@@ -310,7 +310,7 @@ OmString OmImageFilter::Work::loadPictures()
            std::to_string(pictures.size());
   for (const Picture& picture : pictures)
   {
-    const OmString name = "the picture \"" + picture.name + '"';
+    const OmString name = OmString("the picture \"").append(picture.name).append("\"");
     OmString failure = imageFailure(name, picture.image);
     if (failure.empty())
       failure = sizeFailure(name, picture.image.width(), picture.image.height());

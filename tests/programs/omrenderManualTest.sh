@@ -79,6 +79,7 @@ completes show s
 completes --fullscreen show a.png --fu
 completes $'egl\nqt\nx11' show --backend ""
 completes qt show --backend = q
+completes --watch show --shader edges --wa
 completes $'egl\nqt\nx11' show --backend =
 completes "$({ "$omrender" filter --list | grep -v '^ '; echo "my shots"; } | sort)" filter --shader ""
 completes $'my picture.PNG\nmy shots' show --fullscreen m

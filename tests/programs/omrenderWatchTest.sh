@@ -69,11 +69,13 @@ watches() {
   look 'tint + 0.1 * float(count)' >new && mv new look.frag # gain is gone
   becomes "a mended shader" --shader look.frag
 
-  head -c 1000 negative.png >new && mv new chart.png
-  eventually "$backend: no word about a broken picture" said 3 'chart.png'
-  shows expected.png >/dev/null || wrong "$backend: a broken picture is shown"
   cp negative.png chart.png
   becomes "another picture" --shader look.frag
+  head -c 1000 good.png >new && mv new chart.png
+  eventually "$backend: no word about a broken picture" said 3 'chart.png'
+  shows expected.png >/dev/null || wrong "$backend: a broken picture is shown"
+  cp good.png chart.png
+  becomes "a whole picture" --shader look.frag
 
   look 'gain * tint + 0.1 * float(count)' >look.frag # and back
   becomes "a value given before" --shader look.frag --set gain=0.75
@@ -173,7 +175,7 @@ done
 
 refuses 1 "gone.frag" show --shader gone.frag --watch chart.png
 refuses 2 "--watch requires --shader" show --watch chart.png
-refuses 1 "is read" show --shader moving.frag chart.png --seconds 0 --capture chart.png
+refuses 1 "is read" show --shader lut --texture lut=good.png chart.png --seconds 0 --capture good.png
 omrender show --shader moving.frag --set frame=i9 chart.png --seconds 0 --capture out.png &&
   omrender filter --shader moving.frag --set frame=i9 chart.png --out expected.png &&
   "$omdemo" compare out.png expected.png >stdout || wrong "a capture: $(cat stdout)"
