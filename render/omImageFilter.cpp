@@ -312,7 +312,7 @@ OmString OmImageFilter::Work::loadPictures()
            std::to_string(pictures.size());
   for (const Picture& picture : pictures)
   {
-    const OmString name = "the picture \"" + picture.name + '"';
+    const OmString name = OmString("the picture \"").append(picture.name).append("\"");
     const bool isTable = picture.table.width > 0;
     OmString failure = isTable ? "" : imageFailure(name, picture.image);
     if (failure.empty())

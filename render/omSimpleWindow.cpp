@@ -11,6 +11,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 
 namespace
@@ -209,11 +210,19 @@ OmBoolean OmSimpleWindow::displayImage(const OmImage& image, double seconds, con
 {
   if (!(seconds > 0.0))
     return false;
+  using Clock = std::chrono::steady_clock;
   OmSimpleWindow window;
   window.setWindowPos(x, y, true);
   window.setName(name);
   const OmBoolean shown = window.setImageBuffer(image, true);
-  constexpr double Longest = std::numeric_limits<OmU32>::max();
-  OmSLEEPMS(static_cast<OmU32>(std::min(seconds * 1000.0, Longest)));
+  constexpr double Longest = std::numeric_limits<OmU32>::max() / 1000.0;
+  const auto end = Clock::now() + std::chrono::duration<double>(std::min(seconds, Longest));
+  while (window.pollEvents() || !shown)
+  {
+    const std::chrono::duration<double> left = end - Clock::now();
+    if (left.count() <= 0.0)
+      break;
+    window.waitEvents(left.count());
+  }
   return shown;
 }

@@ -79,9 +79,9 @@ public:
   /// before init().
   virtual void setGLOrtho() const;
 
-  /// Shows an image in a new window with the title `name` at a screen position in pixels, and blocks for `seconds`.
-  /// Returns false if the image could not be shown; blocks in this case too. Returns false at once if `seconds` is not
-  /// greater than 0.
+  /// Shows an image in a new window with the title `name` at a screen position in pixels, and blocks for `seconds`, or
+  /// until its user closes it. Meanwhile the window is drawn again when it is exposed or resized. Returns false if the
+  /// image could not be shown; blocks in this case too. Returns false at once if `seconds` is not greater than 0.
   static OmBoolean displayImage(const OmImage& image, double seconds, const OmString& name, OmU32 x, OmU32 y);
 
 protected:

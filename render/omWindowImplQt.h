@@ -87,6 +87,11 @@ protected:
 /// Changing the top-most flag or the window flags hides a widget that is shown and gives it another native window,
 /// because Qt does so. Show it again with setHideWindow(false).
 ///
+/// A program without an event loop of its own calls OmWindow::pollEvents() and OmWindow::waitEvents(). Either delivers
+/// the events of all of the application's widgets. Closing a widget asks to close the window, and so does closing the
+/// window around it and deleting it; a widget that refuses the close event stays. A widget inside another one gets keys
+/// when it has the focus: its application gives it a focus policy.
+///
 /// Sizes and positions are pixels of the screen, even if Qt scales (QT_SCALE_FACTOR). Under a window manager a position
 /// is that of the drawing area until Qt knows the frame, and that of the frame afterwards. Qt warns on standard error
 /// if buffers are swapped before the window manager has shown the widget; the warning is harmless.

@@ -10,7 +10,6 @@
 #include "render/window/omX11Errors.h"
 #include "render/window/omX11Server.h"
 
-#include <X11/Xatom.h>
 #include <X11/Xutil.h>
 #include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
@@ -33,19 +32,6 @@ constexpr VisualTail VisualTails[] = {
     {{GLX_DEPTH_SIZE, 32, 0}, false},         {{GLX_DEPTH_SIZE, 24, 0}, false},
     {{GLX_DEPTH_SIZE, 1, 0}, false},          {{0, 0, 0}, false},
 };
-
-/// The property by which programs tell Motif and most later window managers about decorations. Xlib takes properties of
-/// format 32 as an array of long.
-struct MotifHints
-{
-  unsigned long flags;
-  unsigned long functions;
-  unsigned long decorations;
-  long inputMode;
-  unsigned long status;
-};
-
-constexpr unsigned long MotifDecorationsValid = 2;
 
 /// Makes a context current that may be current on another thread. Returns false if it is: drivers then refuse with an X
 /// error.
@@ -107,6 +93,7 @@ void OmWindow::Impl::X11::setName(const OmString& name)
   if (!m_xWindow)
     return;
   XStoreName(m_pDisplay, m_xWindow, name.c_str());
+  desktop().setTitle(name);
   XFlush(m_pDisplay);
 }
 
@@ -151,7 +138,6 @@ void OmWindow::Impl::X11::setWindowPos(OmU32 x, OmU32 y)
 {
   if (!m_xWindow)
     return;
-  desktop().willMove();
   XMoveWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y));
   handleConfigure();
 }
@@ -160,10 +146,7 @@ void OmWindow::Impl::X11::setWindowSizeAndPos(OmU32 width, OmU32 height, OmU32 x
 {
   resize(width, height,
          [=](unsigned int w, unsigned int h)
-         {
-           desktop().willMove();
-           XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h);
-         });
+         { XMoveResizeWindow(m_pDisplay, m_xWindow, nativePosition(x), nativePosition(y), w, h); });
 }
 
 void OmWindow::Impl::X11::setTopMost(OmBoolean topMost)
@@ -184,27 +167,15 @@ void OmWindow::Impl::X11::setHideWindow(OmBoolean hide)
   if (hide)
     XUnmapWindow(m_pDisplay, m_xWindow);
   else
-  {
     XMapWindow(m_pDisplay, m_xWindow);
-    desktop().shown();
-  }
+  desktop().setHidden(hide);
   handleConfigure();
 }
 
 void OmWindow::Impl::X11::setFullScreen(OmBoolean fullScreen)
 {
-  if (!m_xWindow)
-    return;
-  const Atom atom = XInternAtom(m_pDisplay, "_MOTIF_WM_HINTS", True);
-  if (atom == None)
-  {
+  if (m_xWindow && !desktop().setDecorated(!fullScreen))
     Om::Print::instance().write(Om::Print::Error, "Unable to change fullscreen property.\n");
-    return;
-  }
-  const MotifHints hints = {MotifDecorationsValid, 0, fullScreen ? 0ul : 1ul, 0, 0};
-  XChangeProperty(m_pDisplay, m_xWindow, atom, atom, 32, PropModeReplace,
-                  reinterpret_cast<const unsigned char*>(&hints), sizeof hints / sizeof(long));
-  XFlush(m_pDisplay);
 }
 
 void OmWindow::Impl::X11::makeCurrent() const
@@ -386,7 +357,7 @@ bool OmWindow::Impl::X11::createWindow(const OmX11Errors& errors)
   hints.x = nativePosition(x);
   hints.y = nativePosition(y);
   XSetWMNormalHints(m_pDisplay, m_xWindow, &hints);
-  desktop().open(m_pWindow, m_pDisplay, m_xWindow, size.width, size.height);
+  desktop().open(m_pWindow, {m_pDisplay, root, m_xWindow}, size.width, size.height);
   return true;
 }
 

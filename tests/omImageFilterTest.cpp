@@ -265,6 +265,8 @@ TEST(omImageFilterTest, TheTypeOfAUniformSaysWhatItTakes)
       {"mat3 u", "vec4(u * vec3(1, 0, 0), u[2][0]) / 255.0", "u=1,2,3,4,5,6,7,8,9", {1, 4, 7, 3}},
       {"mat4 u", "u * vec4(0, 1, 0, 0) / 255.0", "u=1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16", {2, 6, 10, 14}},
       {"float u[3]", "vec4(u[1], u[2], 0, 0) / 255.0", "u[2]=7", {0, 7, 0, 0}},
+      {"float u[3]", "vec4(u[1], u[0], 0, u[2]) / 255.0", "u=7", {0, 7, 0, 0}},
+      {"float u[3]", "vec4(u[1], u[0], 0, u[2]) / 255.0", "u[0]=7", {0, 7, 0, 0}},
       {"int u", "vec4(u)", "u=1.5", {}, "is an int, not a float."},
       {"int u", "vec4(u)", "u=true", {}, "is an int, not true or false."},
       {"float u", "vec4(u)", "u=true", {}, "is a float, not true or false."},
@@ -606,6 +608,13 @@ TEST(omImageFilterTest, WithoutAWindowAHiddenOneIsUsed)
     for (int run = 0; run < 2; ++run)
     {
       EXPECT_EQ(wrongBytes(*chain, image, expected(image)), 0u);
+      const std::shared_ptr<OmImageFilter> last = filterOf(Shift);
+      EXPECT_TRUE(next->setNext(last));
+      EXPECT_EQ(wrongBytes(*chain, image, expected(image, 3, 6)), 0u);
+      EXPECT_TRUE(next->setNext(nullptr));
+      const PrintCapture print;
+      EXPECT_TRUE(last->init()); // in the window of the first: it opens none
+      EXPECT_EQ(print.messages(), Messages());
       EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
       EXPECT_EQ(OmWindow::getWindow(), nullptr);
       EXPECT_EQ(glGetString(GL_VERSION), nullptr);

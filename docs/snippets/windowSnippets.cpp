@@ -6,8 +6,10 @@
 #include "image/omImageBlock.h"
 #include "render/omFBOWindow.h"
 #include "render/omSimpleWindow.h"
+#include "render/omWindowEvent.h"
 #include "render/omWindowImplX11.h"
 
+#include <X11/keysym.h>
 #include <boost/pointer_cast.hpp>
 
 namespace
@@ -79,6 +81,35 @@ void simpleWindow(const OmImage& image)
     CHECK(std::equal(at(part, 0, y), at(part, 0, y) + 900, at(image, 10, 20 + y)));
 }
 
+/// The loop of a program whose user ends it with Escape.
+void showUntilEscape(OmSimpleWindow& window)
+{
+  // [omWindowEvent.h, windowsAndEvents.md
+  while (window.pollEvents())
+  {
+    OmWindowEvent event;
+    while (window.takeEvent(event))
+      if (event.type == OmWindowEvent::KeyPressed && event.key == OmWindowEvent::KeyEscape)
+        return;
+    window.waitEvents(-1.0); // until something happens
+  }
+  // omWindowEvent.h, windowsAndEvents.md]
+}
+
+void events(const OmImage& image)
+{
+  OmSimpleWindow window;
+  window.setImageBuffer(image, true);
+  Display* const display = glXGetCurrentDisplay();
+  XEvent key = {};
+  key.xkey.type = KeyPress;
+  key.xkey.window = glXGetCurrentDrawable();
+  key.xkey.keycode = XKeysymToKeycode(display, XK_Escape);
+  XSendEvent(display, key.xkey.window, False, NoEventMask, &key);
+  showUntilEscape(window);
+  CHECK(!window.isCloseRequested() && !window.getHideWindow());
+}
+
 bool fboWindow(const OmImage& image)
 {
   // [omFBOWindow.h
@@ -104,6 +135,7 @@ int main()
   CHECK(backEnd() == 0);
   CHECK(x11BackEnd() == 0);
   simpleWindow(makePicture(320, 240));
+  events(makePicture(320, 240));
   CHECK(fboWindow(makePicture(61, 37)));
   return 0;
 }

@@ -86,7 +86,7 @@ OmString OmFilterPasses::drawAll(const OmImage& image, const OmFilterRun& filter
       const bool isLast = isLastStep && isLastPass;
       const int target = isLast ? 0 : m_targets[1] && from == &m_targets[1]->picture ? 2 : 1;
       const Pass pass = {number, target, !isLast && step.floats, !isLast, isLastPass && !isLast && !filterRun.hasAlpha};
-      const OmString failure = makeTarget(pass, image.width(), image.height());
+      OmString failure = makeTarget(pass, image.width(), image.height());
       if (!failure.empty())
         return failure;
       draw(*step.program, pass, *from);

@@ -177,7 +177,8 @@ const OmActiveUniform* OmFilterProgram::find(const OmString& name) const
 {
   const auto found = std::find_if(m_uniforms.begin(), m_uniforms.end(),
                                   [&](const OmActiveUniform& one) {
-                                    return (one.name == name || one.name == name + "[0]") && location(one.name) != -1;
+                                    return (one.name == name || one.name == name + "[0]" || one.name + "[0]" == name) &&
+                                           location(name) != -1;
                                   });
   return found == m_uniforms.end() ? nullptr : &*found;
 }

@@ -81,8 +81,6 @@ std::vector<OmActiveUniform> OmProgramInterface::activeUniforms(GLhandleARB prog
     GLenum type = 0;
     getActiveUniform(program, static_cast<GLuint>(i), longest, nullptr, &size, &type, name.data());
     const OmString first = name.data();
-    if (first.rfind("gl_", 0) == 0)
-      continue;
     uniforms.push_back({first, type});
     for (GLint element = 1; element < size; ++element)
       uniforms.push_back({elementName(first, element), type});
@@ -94,7 +92,8 @@ OmUniformSetting OmProgramInterface::value(GLhandleARB program, const OmActiveUn
 {
   OmUniformSetting setting = {uniform.name, {}, {}};
   const OmUniformType* const type = OmUniformType::find(uniform.type);
-  const int location = glGetUniformLocationARB(program, uniform.name.c_str()); // -1 in a uniform block
+  const int location =
+      glGetUniformLocationARB(program, uniform.name.c_str()); // -1 for GL's own, and in a uniform block
   if (type && location != -1)
     type->get(program, location, setting);
   return setting;

@@ -22,7 +22,7 @@ class OmProgramInterface
 public:
   OmProgramInterface() = delete;
 
-  /// The uniforms that a linked program reads, GL's own aside (GL_ARB_shader_objects).
+  /// The uniforms that a linked program reads (GL_ARB_shader_objects).
   static std::vector<OmActiveUniform> activeUniforms(GLhandleARB program);
 
   /// The value that a uniform of a linked program has now; without numbers if OmImageFilter::set() takes none for its

@@ -181,7 +181,7 @@ bool omTranslateQtEvent(const QWidget& widget, const QEvent& event, int& wheel, 
     return translateWheel(widget, static_cast<const QWheelEvent&>(event), wheel, translated);
   case QEvent::Leave:
     translated.type = OmWindowEvent::MouseExited;
-    translated.modifiers = modifiersOf(QGuiApplication::keyboardModifiers());
+    translated.modifiers = modifiersOf(QGuiApplication::queryKeyboardModifiers());
     setPositionOfPointer(widget, translated);
     return true;
   default:

@@ -21,17 +21,19 @@ struct Position
 };
 
 /// Where a window, or the window manager's frame about it, stands on the screen, in pixels: the position to ask for so
-/// that it stays there. Empty if the frame vanishes meanwhile.
+/// that it stays there. That is the frame's outer corner (ICCCM), but inside the frame's own border, which the twm
+/// family alone has. Empty if the frame vanishes meanwhile.
 std::optional<Position> framePosition(Display* display, Window window)
 {
   const OmX11Errors errors(display);
   Window root = None;
+  Window frame = window;
   for (Window above = window; above != root;)
   {
-    window = above;
+    frame = above;
     Window* children = nullptr;
     unsigned int count = 0;
-    if (!XQueryTree(display, window, &root, &above, &children, &count))
+    if (!XQueryTree(display, frame, &root, &above, &children, &count))
       return {};
     if (children)
       XFree(children);
@@ -41,8 +43,13 @@ std::optional<Position> framePosition(Display* display, Window window)
   unsigned int height = 0;
   unsigned int border = 0;
   unsigned int depth = 0;
-  if (!XGetGeometry(display, window, &root, &position.x, &position.y, &width, &height, &border, &depth))
+  if (!XGetGeometry(display, frame, &root, &position.x, &position.y, &width, &height, &border, &depth))
     return {};
+  if (frame != window)
+  {
+    position.x += static_cast<int>(border);
+    position.y += static_cast<int>(border);
+  }
   return position;
 }
 
@@ -55,17 +62,17 @@ bool isLost(Display* display)
 
 } // namespace
 
-void OmX11DesktopWindow::open(OmWindow* window, Display* display, Window xWindow, unsigned int width,
-                              unsigned int height)
+void OmX11DesktopWindow::open(OmWindow* window, const OmX11Native& native, unsigned int width, unsigned int height)
 {
   m_window = window;
-  m_display = display;
-  m_xWindow = xWindow;
+  m_native = native;
   m_width = width;
   m_height = height;
-  m_resized = m_moved = 0;
+  m_resized = 0;
   m_hasInput = m_hasNews = m_newSize = m_newPosition = m_exposed = m_closePressed = m_reporting = false;
-  m_properties.open(display, xWindow);
+  m_properties.open(native);
+  if (!m_icon.empty())
+    m_properties.setIcon(m_icon);
 }
 
 void OmX11DesktopWindow::close()
@@ -81,7 +88,7 @@ void OmX11DesktopWindow::poll()
   if (!m_hasInput)
     takeInput();
   m_hasNews = false;
-  takeQueued(XPending(m_display));
+  takeQueued(XPending(m_native.display));
   // Each step may run the program's own code, which may close the window.
   hideIfClosed();
   if (m_window && m_newSize)
@@ -100,9 +107,9 @@ void OmX11DesktopWindow::takeInput()
 {
   m_hasInput = true;
   XWindowAttributes attributes = {};
-  XGetWindowAttributes(m_display, m_xWindow, &attributes);
-  XSelectInput(m_display, m_xWindow, attributes.your_event_mask | OmX11InputMask);
-  XkbSetDetectableAutoRepeat(m_display, True, nullptr);
+  XGetWindowAttributes(m_native.display, m_native.window, &attributes);
+  XSelectInput(m_native.display, m_native.window, attributes.your_event_mask | OmX11InputMask);
+  XkbSetDetectableAutoRepeat(m_native.display, True, nullptr);
   m_properties.announcePing();
 }
 
@@ -110,7 +117,7 @@ void OmX11DesktopWindow::collect()
 {
   if (!m_window)
     return;
-  takeQueued(XEventsQueued(m_display, QueuedAfterReading));
+  takeQueued(XEventsQueued(m_native.display, QueuedAfterReading));
   hideIfClosed();
 }
 
@@ -119,7 +126,7 @@ void OmX11DesktopWindow::takeQueued(int events)
   for (; events > 0; --events)
   {
     XEvent event;
-    XNextEvent(m_display, &event); // which does not wait for an event that is queued
+    XNextEvent(m_native.display, &event); // which does not wait for an event that is queued
     keep(event);
   }
 }
@@ -128,12 +135,12 @@ void OmX11DesktopWindow::keep(XEvent& event)
 {
   if (event.type == MappingNotify)
     XRefreshKeyboardMapping(&event.xmapping);
-  if (!m_window || event.xany.window != m_xWindow)
+  if (!m_window || event.xany.window != m_native.window)
     return;
   if (event.type == ConfigureNotify)
   {
     const XConfigureEvent& now = event.xconfigure;
-    m_newPosition = m_newPosition || now.serial >= m_moved;
+    m_newPosition = true;
     if (now.serial >= m_resized)
     {
       const auto width = static_cast<unsigned int>(now.width);
@@ -182,7 +189,7 @@ void OmX11DesktopWindow::reportSize()
 void OmX11DesktopWindow::reportPosition()
 {
   m_newPosition = false;
-  if (const std::optional<Position> position = framePosition(m_display, m_xWindow))
+  if (const std::optional<Position> position = framePosition(m_native.display, m_native.window))
     m_window->setWindowPos(static_cast<OmU32>(position->x), static_cast<OmU32>(position->y), false);
 }
 
@@ -198,36 +205,33 @@ void OmX11DesktopWindow::willResize(unsigned int width, unsigned int height)
   m_width = width;
   m_height = height;
   m_newSize = false;
-  m_resized = NextRequest(m_display);
-}
-
-void OmX11DesktopWindow::willMove()
-{
-  if (!m_window)
-    return;
-  m_newPosition = false;
-  m_moved = NextRequest(m_display);
+  m_resized = NextRequest(m_native.display);
 }
 
 bool OmX11DesktopWindow::wait(double seconds, int descriptor)
 {
   if (!m_window)
     return omWaitForInput(seconds, {descriptor});
-  if (m_hasNews || XPending(m_display) > 0)
+  if (m_hasNews || XPending(m_native.display) > 0)
     return true;
   // Xlib ends a program whose server is gone. One that has asked it not to is told once, and goes on without.
-  const bool lost = isLost(m_display);
+  const bool lost = isLost(m_native.display);
   if (lost && !isCloseRequested())
   {
     setCloseRequested(true);
     return true;
   }
-  return omWaitForInput(seconds, {lost ? -1 : ConnectionNumber(m_display), descriptor});
+  return omWaitForInput(seconds, {lost ? -1 : ConnectionNumber(m_native.display), descriptor});
 }
 
-bool OmX11DesktopWindow::setFillScreen(bool)
+bool OmX11DesktopWindow::setFillScreen(bool fill)
 {
-  return false;
+  return m_window && m_properties.setFillScreen(fill, m_window->getHideWindow());
 }
 
-void OmX11DesktopWindow::setIcon(const OmImage&) {}
+void OmX11DesktopWindow::setIcon(const OmImage& icon)
+{
+  m_icon = OmX11Properties::pixels(icon);
+  if (m_window)
+    m_properties.setIcon(m_icon);
+}

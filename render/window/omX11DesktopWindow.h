@@ -18,7 +18,7 @@ public:
   void setIcon(const OmImage& icon) override;
 
   /// Takes over a native window that was just made for `window`, with a size in pixels, before it is mapped.
-  void open(OmWindow* window, Display* display, Window xWindow, unsigned int width, unsigned int height);
+  void open(OmWindow* window, const OmX11Native& native, unsigned int width, unsigned int height);
   /// Lets go of the native window, which is about to be destroyed.
   void close();
 
@@ -27,14 +27,16 @@ public:
   /// Keeps what one event says.
   void keep(XEvent& event);
 
+  /// Tells desktops the title in UTF-8.
+  void setTitle(const OmString& title) const { m_properties.setTitle(title); }
+  /// Draws a frame about the window or none. Returns false if the server does not know the property.
+  bool setDecorated(bool decorated) const { return m_properties.setDecorated(decorated); }
   /// Whether poll() is just passing on that the window has this size: it is not to be asked for then.
   bool isReporting(OmU32 width, OmU32 height) const;
   /// The program is about to ask for a size in pixels; what was reported before it is out of date.
   void willResize(unsigned int width, unsigned int height);
-  /// The program is about to ask for a position.
-  void willMove();
-  /// The program shows the window.
-  void shown() { setCloseRequested(false); }
+  /// The program hides or shows the window, which takes back the user's wish.
+  void setHidden(bool hidden) { setCloseRequested(hidden && isCloseRequested()); }
 
 private:
   void takeInput();
@@ -44,13 +46,12 @@ private:
   void reportPosition();
 
   OmWindow* m_window = nullptr; ///< null while no native window is open
-  Display* m_display = nullptr;
-  Window m_xWindow = 0;
+  OmX11Native m_native;
   OmX11Properties m_properties;
-  unsigned int m_width = 0; ///< of the native window, as asked for or reported last
+  std::vector<unsigned long> m_icon; ///< what OmX11Properties::pixels() gave
+  unsigned int m_width = 0;          ///< of the native window, as asked for or reported last
   unsigned int m_height = 0;
   unsigned long m_resized = 0; ///< the last request for a size: events from before it tell old sizes
-  unsigned long m_moved = 0;   ///< the same for a position
   bool m_hasInput = false;     ///< keys and the mouse are asked for
   bool m_hasNews = false;      ///< something was kept since poll() began
   bool m_newSize = false;

@@ -1,11 +1,8 @@
 #ifndef OM_X11_FULL_SCREEN_H
 #define OM_X11_FULL_SCREEN_H
 
-struct _XDisplay; // Display, without Xlib's header, whose macros break Qt's
-
-/// Whether the window manager lets windows fill the screen (EWMH, _NET_WM_STATE_FULLSCREEN).
-bool omOffersFullScreen(_XDisplay* display);
-/// The same for the display that the environment names (DISPLAY). False if there is none.
+/// Whether a window manager lets windows fill the screen (EWMH, _NET_WM_STATE_FULLSCREEN) on the display that the
+/// environment names (DISPLAY). For callers that have no connection of their own.
 bool omOffersFullScreen();
 
 #endif

@@ -25,6 +25,11 @@ check() { # NAME COMMAND...: runs and reports
 
 refuses() { ! "$@"; }
 
+eventually() { # COMMAND...: waits until it succeeds, for ten seconds at most
+  local end=$((SECONDS + 10))
+  until "$@" 2>/dev/null || ((SECONDS > end)); do sleep 0.1; done
+}
+
 skip() {
   echo "skipped: $*"
   exit 77
@@ -42,6 +47,30 @@ remove() { rm -rf "$installation"; }
 
 program() {
   check "omrender" "$prefix/bin/omrender" filter --shader edges rgb.png --out filtered.png
+}
+
+# Opens a picture as a file manager does: by the Exec line of the desktop entry, with a name that has blanks.
+desktop() {
+  local entry=$prefix/share/applications/omrender.desktop icon size command window
+  value() { sed -n "s/^$1=//p" "$entry"; }
+  check "the entry" desktop-file-validate "$entry"
+  for size in 32 48 64 128 256; do
+    icon=$prefix/share/icons/hicolor/${size}x$size/apps/$(value Icon).png
+    check "the icon of $size pixels" [ "$(identify -format '%wx%h' "$icon")" = "${size}x$size" ]
+  done
+  check "it is started when it is there" [ -x "$prefix/bin/$(value TryExec)" ]
+
+  convert -size 200x100 xc:'#20C060' "from the desktop.png"
+  command=$(value Exec)
+  check "it takes files" [ "${command% %F}" != "$command" ]
+  # shellcheck disable=SC2086
+  PATH=$prefix/bin:$PATH timeout 60 ${command% %F} "from the desktop.png" &
+  window=$(timeout 20 xdotool search --sync --onlyvisible --name "from the desktop")
+  check "its window" [ "$window" ]
+  drawn() { [[ $(timeout 5 import -window "$window" -crop 1x1+100+50 txt:-) == *"srgb(32,192,96)"* ]]; }
+  eventually drawn
+  check "it shows the picture" drawn
+  kill %%
 }
 
 # Each example checks what it does and says so by its exit status.

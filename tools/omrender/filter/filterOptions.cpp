@@ -80,8 +80,13 @@ void addScalingOptions(CLI::App& command, PictureScaling& scaling)
       command, "--percent", "P", scaling.percent,
       [](const OmString& text) { return readNumber(text, SmallestPercent, LargestPercent); },
       "a number from 0.01 to 10000", "Scale its sides to so many percent");
-  command.get_option("--size")->excludes("--fit")->excludes("--percent");
-  command.get_option("--fit")->excludes("--percent");
+  const auto check = [&scaling] // excludes() would write into the help
+  {
+    if (scaling.size.has_value() + scaling.fit.has_value() + scaling.percent.has_value() > 1)
+      throw CLI::ValidationError(scaling.fit ? "--fit" : "--percent",
+                                 "comes with another one of --size, --fit and --percent; give one of them");
+  };
+  command.parse_complete_callback(check);
 }
 
 } // namespace

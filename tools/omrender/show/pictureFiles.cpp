@@ -39,6 +39,7 @@ constexpr Key Keys[] = {
 std::vector<std::uint64_t> byteSizes(const std::vector<PictureFile>& files)
 {
   std::vector<std::uint64_t> sizes;
+  sizes.reserve(files.size());
   for (const PictureFile& file : files)
     sizes.push_back(std::uint64_t{file.width} * file.height * file.channels);
   return sizes;
@@ -90,7 +91,7 @@ const OmImage& PictureFiles::image()
 
 OmString PictureFiles::title() const
 {
-  const OmString title = m_title.value_or(std::filesystem::path(name()).filename().string());
+  OmString title = m_title.value_or(std::filesystem::path(name()).filename().string());
   if (m_files.size() == 1)
     return title;
   return title + " (" + std::to_string(m_index + 1) + "/" + std::to_string(m_files.size()) + ")";

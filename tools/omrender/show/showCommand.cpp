@@ -229,9 +229,9 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
                   "Capture only this part of the window, X,Y from its top left corner; what overhangs is cut off");
   addFilterOptions(*command, options->filter);
   command->add_flag("--watch", options->watch, "Filter and show again whenever the shader or the picture is saved");
-  command->footer("Keys: right, down, space: next picture; left, up, backspace: previous one; Home, End:\n"
-                  "first, last; +, -, wheel: zoom; drag: move; 1: pixel by pixel; 0: fit; f: full screen;\n"
-                  "i: the file's data; q, Escape: close.\n"
+  command->footer("Keys: right, down, space: next picture; left, up, backspace: previous one;\n"
+                  "Home, End: first, last; +, -, wheel: zoom; drag: move; 1: pixel by pixel;\n"
+                  "0: fit; f: full screen; i: the file's data; q, Escape: close.\n"
                   "With --shader: tab, shift-tab: choose a setting; up, down: change it, with\n"
                   "shift ten times as much; s: write the picture; p: print the command for it.\n"
                   "\n"

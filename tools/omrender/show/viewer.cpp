@@ -7,6 +7,7 @@
 #include "tools/omrender/glErrors.h"
 #include "tools/omrender/libraryLog.h"
 #include "tools/omrender/show/viewerContent.h"
+#include "tools/omrender/show/viewerIcon.h"
 #include "tools/omrender/show/windowCapture.h"
 #include "tools/omrender/show/windowManager.h"
 
@@ -52,6 +53,7 @@ void Viewer::open()
   m_window.setName(m_content.title());
   m_window.preparePicture({image.width(), image.height()});
   openWindow(m_window, m_log);
+  m_window.setIcon(viewerIcon());
   checkErrors("cannot show " + quoted(m_content.name()), m_log);
   if (m_options.fullScreen)
     m_window.setFullScreen(true);

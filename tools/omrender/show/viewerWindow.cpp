@@ -38,8 +38,8 @@ OmBoolean ViewerWindow::renderScene(OmBoolean swap)
     if (!m_pTexture->bind())
       return false;
     const GLint filter = m_view.isNearest() ? GL_NEAREST : GL_LINEAR;
-    for (const GLenum scaling : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER})
-      glTexParameteri(m_pTexture->textureType(), scaling, filter);
+    glTexParameteri(m_pTexture->textureType(), GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(m_pTexture->textureType(), GL_TEXTURE_MAG_FILTER, filter);
     const PictureView::Rectangle place = m_view.rectangle();
     const auto across = [this](double x) { return static_cast<float>(x / m_width); };
     const auto up = [this](double y) { return static_cast<float>(1.0 - y / m_height); };
