@@ -2,12 +2,9 @@
 
 #include "foundation/core/omPrint.h"
 #include "image/codec/omInputFile.h"
-#include "image/codec/omJpegDecoder.h"
-#include "image/codec/omPngDecoder.h"
-#include "image/codec/omPngEncoder.h"
-#include "image/codec/omPnmDecoder.h"
-#include "image/codec/omPnmEncoder.h"
+#include "image/codec/omPictureKinds.h"
 #include "image/codec/omReplacementFile.h"
+#include "image/codec/omUprightImage.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -61,45 +58,6 @@ private:
   std::size_t m_wholeSize = 0;
 };
 
-template <typename Decoder>
-std::unique_ptr<OmImageDecoder> makeDecoder(const OmInputFile& file)
-{
-  return std::make_unique<Decoder>(file);
-}
-
-struct Kind
-{
-  OmString signature;
-  std::unique_ptr<OmImageDecoder> (*makeDecoder)(const OmInputFile& file);
-};
-
-/// Returns a decoder that has read the header of the file, or null and the reason if the file is no picture.
-std::unique_ptr<OmImageDecoder> openDecoder(const OmInputFile& file, OmString& reason)
-{
-  static const Kind kinds[] = {{OmString("\x89PNG\r\n\x1a\n", 8), makeDecoder<OmPngDecoder>},
-                               {OmString("\xff\xd8\xff", 3), makeDecoder<OmJpegDecoder>},
-                               {"P5", makeDecoder<OmPnmDecoder>},
-                               {"P6", makeDecoder<OmPnmDecoder>},
-                               {"P7", makeDecoder<OmPnmDecoder>}};
-
-  std::rewind(file.stream());
-  char bytes[8] = {};
-  const OmString start(bytes, std::fread(bytes, 1, sizeof bytes, file.stream()));
-  std::rewind(file.stream());
-
-  for (const Kind& kind : kinds)
-    if (start.compare(0, kind.signature.size(), kind.signature) == 0)
-    {
-      std::unique_ptr<OmImageDecoder> decoder = kind.makeDecoder(file);
-      if (decoder->readHeader())
-        return decoder;
-      reason = decoder->reason();
-      return nullptr;
-    }
-  reason = "it is neither a PNG, JPEG, PPM, PGM nor PAM file";
-  return nullptr;
-}
-
 /// Decodes the picture into `image`, or keeps nothing of it if that is null.
 bool decodePicture(OmImageDecoder& decoder, GrowingImage* image, OmString& reason)
 {
@@ -113,11 +71,12 @@ bool decodePicture(OmImageDecoder& decoder, GrowingImage* image, OmString& reaso
   return false;
 }
 
-bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString& reason)
+/// Fills `metadata` unless it is null.
+bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmImageMetadata* metadata, OmString& reason)
 {
   const auto open = [&]
   {
-    std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
+    std::unique_ptr<OmImageDecoder> decoder = OmPictureKinds::openDecoder(file, reason);
     if (decoder && (flags & OmImageReaderWriter::OpaqueAlpha) != 0)
       decoder->addOpaqueAlpha();
     return decoder;
@@ -125,6 +84,9 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString&
   std::unique_ptr<OmImageDecoder> decoder = open();
   if (!decoder)
     return false;
+  OmImageMetadata found;
+  if (metadata != nullptr)
+    decoder->readMetadata(found);
   GrowingImage picture;
   picture.begin(*decoder);
   if (!picture.growsGently(decoder->passes()))
@@ -136,48 +98,30 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmString&
   }
   if (!decoder || !decodePicture(*decoder, &picture, reason))
     return false;
-  image = std::move(static_cast<OmImage&>(picture));
+  const OmExif::Orientation orientation = decoder->orientation();
+  decoder.reset(); // its memory is that of the second picture
+  if (orientation == OmExif::TopLeft)
+    image = std::move(static_cast<OmImage&>(picture));
+  else
+    image = uprightImage(picture, orientation);
+  if (metadata != nullptr)
+  {
+    if (isTurned(orientation) && found.resolution)
+      std::swap(found.resolution->x, found.resolution->y);
+    *metadata = std::move(found);
+  }
   return true;
 }
 
 bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU32& channels, OmString& reason)
 {
-  const std::unique_ptr<OmImageDecoder> decoder = openDecoder(file, reason);
+  const std::unique_ptr<OmImageDecoder> decoder = OmPictureKinds::openDecoder(file, reason);
   if (!decoder)
     return false;
-  width = decoder->width();
-  height = decoder->height();
+  const bool turned = isTurned(decoder->orientation());
+  width = turned ? decoder->height() : decoder->width();
+  height = turned ? decoder->width() : decoder->height();
   channels = decoder->channels();
-  return true;
-}
-
-/// Gives the reason why an image cannot be written, or an empty one.
-OmString obstacle(const OmImage& image, OmImageReaderWriter::Format format, OmU32 channels)
-{
-  constexpr OmU32 LargestSide = 0x7fffffff; // PNG's; PPM and PAM have none
-  if (image.data() == nullptr)
-    return "the image has no pixels";
-  if (image.channels() > 4)
-    return "the image has " + std::to_string(image.channels()) + " channels, and picture files hold 1 to 4";
-  if (format == OmImageReaderWriter::PPM && channels % 2 == 0)
-    return "PPM holds no alpha; write PAM or PNG, or leave the alpha out";
-  if (format == OmImageReaderWriter::PNG && std::max(image.width(), image.height()) > LargestSide)
-    return "PNG holds at most " + std::to_string(LargestSide) + " pixels a side";
-  return "";
-}
-
-bool encodePicture(const OmImage& image, const OmImageReaderWriter::WriteSettings& settings, std::vector<OmU8>& bytes,
-                   OmString& reason)
-{
-  const bool isShortened = settings.withoutAlpha && image.channels() % 2 == 0;
-  reason = obstacle(image, settings.format, image.channels() - (isShortened ? 1 : 0));
-  if (!reason.empty())
-    return false;
-  OmImageRows rows(image, isShortened);
-  if (settings.format == OmImageReaderWriter::PNG)
-    OmPngEncoder(settings.compression).encode(rows, bytes);
-  else
-    OmPnmEncoder(settings.format).encode(rows, bytes);
   return true;
 }
 
@@ -227,7 +171,15 @@ OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName, Om
   OmInputFile file;
   return reportFailure("read", fileName,
                        [&](OmString& reason)
-                       { return file.open(fileName, reason) && readPicture(file, flags, image, reason); });
+                       { return file.open(fileName, reason) && readPicture(file, flags, image, nullptr, reason); });
+}
+
+OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName, OmU32 flags, OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", fileName,
+                       [&](OmString& reason)
+                       { return file.open(fileName, reason) && readPicture(file, flags, image, &metadata, reason); });
 }
 
 OmBoolean OmImageReaderWriter::readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels)
@@ -244,7 +196,16 @@ OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& b
   OmInputFile file;
   return reportFailure("read", name,
                        [&](OmString& reason)
-                       { return file.open(bytes, reason) && readPicture(file, flags, image, reason); });
+                       { return file.open(bytes, reason) && readPicture(file, flags, image, nullptr, reason); });
+}
+
+OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags,
+                                      OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", name,
+                       [&](OmString& reason)
+                       { return file.open(bytes, reason) && readPicture(file, flags, image, &metadata, reason); });
 }
 
 OmBoolean OmImageReaderWriter::decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width,
@@ -268,7 +229,8 @@ OmBoolean OmImageReaderWriter::write(const OmImage& image, const OmString& fileN
                        [&](OmString& reason)
                        {
                          std::vector<OmU8> bytes;
-                         return encodePicture(image, settings, bytes, reason) && writeFile(bytes, fileName, reason);
+                         return OmPictureKinds::encode(image, settings, bytes, reason) &&
+                                writeFile(bytes, fileName, reason);
                        });
 }
 
@@ -279,7 +241,7 @@ OmBoolean OmImageReaderWriter::encode(const OmImage& image, const OmString& name
                        [&](OmString& reason)
                        {
                          std::vector<OmU8> file;
-                         if (!encodePicture(image, settings, file, reason))
+                         if (!OmPictureKinds::encode(image, settings, file, reason))
                            return false;
                          bytes = std::move(file);
                          return true;

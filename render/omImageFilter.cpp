@@ -2,6 +2,7 @@
 
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
+#include "image/omImageScaling.h"
 #include "render/filter/omCallerState.h"
 #include "render/filter/omFilterContext.h"
 #include "render/filter/omFilterPasses.h"
@@ -21,6 +22,7 @@ struct Picture
 {
   OmString name; ///< of the sampler
   OmImage image;
+  OmTablePicture table = {}; ///< in place of the image, if it is not empty
 };
 
 /// Replaces the value of the same name, or adds one.
@@ -69,14 +71,14 @@ OmString sizeFailure(const OmString& what, OmU32 width, OmU32 height)
          renderer() + "; scale it down first";
 }
 
-/// Why an image cannot be uploaded; an empty text if it can.
+/// Why an image cannot be filtered; an empty text if it can, scaled where it must be.
 OmString imageFailure(const OmString& what, const OmImage& image)
 {
   if (!image.data())
     return what + " has no pixels";
   if (image.channels() > 4)
     return what + " has " + std::to_string(image.channels()) + " channels, and filters take 1 to 4";
-  return sizeFailure(what, image.width(), image.height());
+  return "";
 }
 
 /// A copy in which the pixels are in use, not the flipped copy.
@@ -101,17 +103,24 @@ bool report(const OmString& failure)
 class OmImageFilter::Work
 {
 public:
-  OmFilterContext context; // outlives what lives in it
+  std::shared_ptr<OmFilterContext> context = std::make_shared<OmFilterContext>(); // outlives what lives in it
+  std::shared_ptr<OmImageFilter> next;
   std::optional<OmFilterShader> fragment;
   std::optional<OmFilterShader> vertex;
   std::vector<OmUniformSetting> settings;
   std::vector<Picture> pictures;
   std::vector<OmString> pictureNames;
-  OmFilterRun wanted;
+  OmU32 passes = 0; ///< as many as the shader asks for
+  bool floats = false;
+  OmU32 width = 0; ///< of the result; that of the image
+  OmU32 height = 0;
+  bool isOpaque = false;
 
+  std::vector<Work*> chain();
+  bool setNext(const std::shared_ptr<OmImageFilter>& filter);
   OmString load(const OmFilterShader& shader, OmShader::ShaderType type);
   void set(const OmUniformSetting& setting);
-  void setPicture(const OmString& name, const OmImage& image);
+  void setPicture(Picture picture);
   /// Makes what the context lacks, and does a job that may return a failure. Prints the failure.
   template <typename Job>
   bool inContext(Job job);
@@ -119,13 +128,17 @@ public:
   std::vector<OmUniformSetting> currentSettings() const { return m_program->settings(); }
 
 private:
+  void moveTo(const std::shared_ptr<OmFilterContext>& home);
+  void forget();
   OmString checkCard() const;
   OmString prepare();
   OmString compile();
   OmString setUniforms() const;
   OmString loadPictures();
   OmString missingPicture() const;
-  OmString runPasses(const OmImage& image, OmImage& result);
+  OmFilterStep step() const { return {m_program.get(), &m_textures, passes == 0 ? fragment->passes : passes, floats}; }
+  OmString runScaled(const OmImage& image, bool isScaled, const OmFilterRun& filterRun, OmImage& result);
+  OmString runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result);
 
   OmShareGroup m_home; ///< the context in which the following lives
   std::unique_ptr<OmFilterProgram> m_program;
@@ -134,6 +147,44 @@ private:
   bool m_areUniformsSet = false;
   bool m_arePicturesLoaded = false;
 };
+
+/// This filter and those behind it.
+std::vector<OmImageFilter::Work*> OmImageFilter::Work::chain()
+{
+  std::vector<Work*> links = {this};
+  while (links.back()->next)
+    links.push_back(links.back()->next->m_work.get());
+  return links;
+}
+
+/// Returns false if that would make a circle.
+bool OmImageFilter::Work::setNext(const std::shared_ptr<OmImageFilter>& filter)
+{
+  const std::vector<Work*> links = filter ? filter->m_work->chain() : std::vector<Work*>();
+  if (std::find(links.begin(), links.end(), this) != links.end())
+    return false;
+  next = filter;
+  for (Work* const link : links)
+    link->moveTo(context);
+  return true;
+}
+
+/// Works in a hidden window with other filters.
+void OmImageFilter::Work::moveTo(const std::shared_ptr<OmFilterContext>& home)
+{
+  if (home == context)
+    return;
+  forget(); // before its window closes
+  context = home;
+}
+
+void OmImageFilter::Work::forget()
+{
+  m_program.reset();
+  m_passes.reset();
+  m_textures.clear();
+  m_home = OmShareGroup();
+}
 
 OmString OmImageFilter::Work::load(const OmFilterShader& shader, OmShader::ShaderType type)
 {
@@ -150,13 +201,14 @@ void OmImageFilter::Work::set(const OmUniformSetting& setting)
   m_areUniformsSet = false;
 }
 
-void OmImageFilter::Work::setPicture(const OmString& name, const OmImage& image)
+void OmImageFilter::Work::setPicture(Picture picture)
 {
-  if (image.data())
-    replace(pictures, {name, upright(image)});
+  const OmString name = picture.name;
+  if (picture.image.data() || picture.table.width > 0)
+    replace(pictures, std::move(picture));
   else
     pictures.erase(
-        std::remove_if(pictures.begin(), pictures.end(), [&](const Picture& picture) { return picture.name == name; }),
+        std::remove_if(pictures.begin(), pictures.end(), [&](const Picture& other) { return other.name == name; }),
         pictures.end());
   m_arePicturesLoaded = false;
 }
@@ -164,14 +216,22 @@ void OmImageFilter::Work::setPicture(const OmString& name, const OmImage& image)
 template <typename Job>
 bool OmImageFilter::Work::inContext(Job job)
 {
-  const OmFilterContext::Use use(context);
+  const OmFilterContext::Use use(*context);
   if (!use.isCurrent())
     return false;
-  OmString failure = checkCard();
+  OmString failure;
+  const std::vector<Work*> links = chain();
+  for (const Work* const link : links)
+    if (failure.empty())
+      failure = link->checkCard();
   if (!failure.empty())
     return report(failure);
   const OmCallerState state;
-  failure = state.isSaved() ? prepare() : "GL's stack of attributes is full; pop some before";
+  if (!state.isSaved())
+    failure = "GL's stack of attributes is full; pop some before";
+  for (Work* const link : links)
+    if (failure.empty())
+      failure = link->prepare();
   return report(failure.empty() ? job() : failure);
 }
 
@@ -185,7 +245,7 @@ OmString OmImageFilter::Work::checkCard() const
   } needs[] = {
       {true, OmGL::SupportShaders, "filters need shaders"},
       {true, OmGL::SupportFBO, "filters need framebuffer objects"},
-      {wanted.floats, OmGL::SupportFloatTexture, "floats between the passes need float textures"},
+      {floats, OmGL::SupportFloatTexture, "floats between the passes need float textures"},
   };
   for (const auto& need : needs)
     if (need.isNeeded && !OmGL::isSupported(need.capability))
@@ -197,9 +257,7 @@ OmString OmImageFilter::Work::prepare()
 {
   if (!m_home.isCurrent())
   {
-    m_program.reset();
-    m_passes.reset();
-    m_textures.clear();
+    forget();
     m_home = OmShareGroup::currentContext();
   }
   if (!fragment)
@@ -254,18 +312,27 @@ OmString OmImageFilter::Work::loadPictures()
            std::to_string(pictures.size());
   for (const Picture& picture : pictures)
   {
-    OmString failure = imageFailure("the picture \"" + picture.name + '"', picture.image);
+    const OmString name = OmString("the picture \"").append(picture.name).append("\"");
+    const bool isTable = picture.table.width > 0;
+    OmString failure = isTable ? "" : imageFailure(name, picture.image);
+    if (failure.empty())
+      failure = isTable ? sizeFailure(name, picture.table.width, picture.table.height)
+                        : sizeFailure(name, picture.image.width(), picture.image.height());
     if (!failure.empty())
       return failure;
     OmPictureTexture& texture = m_textures.emplace_back();
-    texture.load(picture.image, false);
+    if (isTable)
+      texture.load(picture.table);
+    else
+      texture.load(picture.image);
     failure = OmFilterPasses::takeError();
     if (!failure.empty())
-      return "cannot load the picture \"" + picture.name + "\": " + failure;
+      return "cannot load " + name + ": " + failure;
     failure =
         m_program->setPicture(picture.name, static_cast<int>(m_textures.size()), texture.size(), texture.texelSize());
     if (!failure.empty())
       return failure;
+    m_program->setTable(picture.name, picture.table);
   }
   return "";
 }
@@ -280,35 +347,40 @@ OmString OmImageFilter::Work::missingPicture() const
 
 OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
 {
-  OmString failure = missingPicture();
-  if (!failure.empty())
-    return failure;
-  OmU32 unit = 0; // the image has unit 0
-  for (const OmPictureTexture& texture : m_textures)
-    texture.bind(++unit);
-  return image.isFlipped() ? runPasses(upright(image), result) : runPasses(image, result);
-}
-
-OmString OmImageFilter::Work::runPasses(const OmImage& image, OmImage& result)
-{
-  OmFilterRun filterRun = wanted;
-  if (filterRun.passes == 0)
-    filterRun.passes = fragment->passes;
-  if (filterRun.width == 0 || filterRun.height == 0)
-  {
-    filterRun.width = image.width();
-    filterRun.height = image.height();
-  }
+  const bool isScaled = width != 0 && height != 0 && (width != image.width() || height != image.height());
+  OmFilterRun filterRun = {{}, image.channels() % 2 == 0 && !isOpaque};
   OmString failure = imageFailure("the image", image);
   if (failure.empty())
-    failure = sizeFailure("the result", filterRun.width, filterRun.height);
+    failure =
+        isScaled ? sizeFailure("the result", width, height) : sizeFailure("the image", image.width(), image.height());
+  for (const Work* const link : chain())
+  {
+    if (failure.empty())
+      failure = link->missingPicture();
+    filterRun.steps.push_back(link->step());
+  }
   if (!failure.empty())
     return failure;
+  if (image.isFlipped())
+    return runScaled(upright(image), isScaled, filterRun, result);
+  return runScaled(image, isScaled, filterRun, result);
+}
+
+OmString OmImageFilter::Work::runScaled(const OmImage& image, bool isScaled, const OmFilterRun& filterRun,
+                                        OmImage& result)
+{
+  if (!isScaled)
+    return runSteps(image, filterRun, result);
+  return runSteps(OmImageScaling::scaled(image, width, height, isOpaque), filterRun, result);
+}
+
+OmString OmImageFilter::Work::runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)
+{
   // Only success keeps the storage: a failure may have left it undefined.
-  std::unique_ptr<OmFilterPasses> passes = m_passes ? std::move(m_passes) : std::make_unique<OmFilterPasses>();
-  failure = passes->run(*m_program, image, filterRun, result);
+  std::unique_ptr<OmFilterPasses> steps = m_passes ? std::move(m_passes) : std::make_unique<OmFilterPasses>();
+  OmString failure = steps->run(image, filterRun, result);
   if (failure.empty())
-    m_passes = std::move(passes);
+    m_passes = std::move(steps);
   return failure;
 }
 
@@ -339,7 +411,7 @@ OmBoolean OmImageFilter::set(const OmString& setting)
   const auto read = OmUniformSetting::read(setting);
   if (read)
     m_work->set(*read);
-  return report(read ? "" : "the setting \"" + setting + "\" is not like name=1.5 or name=i3");
+  return report(read ? "" : "the setting \"" + setting + "\" is not like " + OmUniformSettingForms);
 }
 
 void OmImageFilter::setFloats(const OmString& name, const std::vector<float>& values)
@@ -359,23 +431,38 @@ OmBoolean OmImageFilter::isSetting(const OmString& text)
 
 void OmImageFilter::setPicture(const OmString& name, const OmImage& picture)
 {
-  m_work->setPicture(name, picture);
+  m_work->setPicture({name, upright(picture)});
+}
+
+void OmImageFilter::setPicture(const OmString& name, const OmColorTable& table)
+{
+  m_work->setPicture({name, OmImage(), OmTablePicture(table)});
 }
 
 void OmImageFilter::setPasses(OmU32 passes)
 {
-  m_work->wanted.passes = passes;
+  m_work->passes = passes;
 }
 
 void OmImageFilter::setFloatsBetweenPasses(OmBoolean floats)
 {
-  m_work->wanted.floats = floats;
+  m_work->floats = floats;
 }
 
 void OmImageFilter::setSize(OmU32 width, OmU32 height)
 {
-  m_work->wanted.width = width;
-  m_work->wanted.height = height;
+  m_work->width = width;
+  m_work->height = height;
+}
+
+OmBoolean OmImageFilter::setNext(const std::shared_ptr<OmImageFilter>& next)
+{
+  return report(m_work->setNext(next) ? "" : "a filter cannot come after itself; make another one of the same shader");
+}
+
+void OmImageFilter::setOpaque(OmBoolean opaque)
+{
+  m_work->isOpaque = opaque;
 }
 
 const std::vector<OmString>& OmImageFilter::pictureNames() const
@@ -403,7 +490,7 @@ std::vector<OmImageFilter::Setting> OmImageFilter::settings()
 
 OmU32 OmImageFilter::largestSide()
 {
-  const OmFilterContext::Use use(m_work->context);
+  const OmFilterContext::Use use(*m_work->context);
   return use.isCurrent() ? largestSideHere() : 0;
 }
 

@@ -17,7 +17,7 @@
 ///   table.tex3D(colors.data(), results.data(), colors.size()); // many at once
 /// \endcode
 ///
-/// Only matT4<float>::rotate() needs a GL context.
+/// OmColorTable reads the texels of a texture from a .cube file. Only matT4<float>::rotate() needs a GL context.
 namespace OmRenderShader
 {
 

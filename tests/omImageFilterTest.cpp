@@ -230,12 +230,69 @@ void main() { gl_FragColor = vec4(one + two.y, three.x + three.z, float(whole + 
   EXPECT_EQ(colour(*filter), (std::vector<int>{51, 102, 9, 51}));
 
   const PrintCapture print(4);
-  const char* const wrong[] = {"one",         "=1",     "one=",    "one=nan",  "one=1e99",
-                               "one=1,2,3,4", "one=1,", "one=1;2", "one=i1,2", "one=i1,i2,i3"};
+  const char* const wrong[] = {"one",      "=1",       "one=",       "one=nan",
+                               "one=1e99", "one=1,2i", "one=1,",     "one=1;2",
+                               "one=i1,2", "one=True", "one=1,true", "one=1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17"};
   for (const char* text : wrong)
     EXPECT_FALSE(OmImageFilter::isSetting(text) || filter->set(text)) << text;
   EXPECT_EQ(print.messages().size(), std::size(wrong));
   EXPECT_EQ(colour(*filter), (std::vector<int>{51, 102, 9, 51}));
+}
+
+TEST(omImageFilterTest, TheTypeOfAUniformSaysWhatItTakes)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  // What comes out is, in 255ths, what `value` makes of the uniform u; or the failure.
+  const struct
+  {
+    const char* declaration;
+    const char* value;
+    const char* setting;
+    std::vector<int> colour;
+    const char* failure = "";
+  } cases[] = {
+      {"vec4 u", "u / 255.0", "u=1,2,3,4", {1, 2, 3, 4}},
+      {"int u", "vec4(u) / 255.0", "u=3", {3, 3, 3, 3}},
+      {"int u", "vec4(u - 16777216) / 255.0", "u=16777217", {1, 1, 1, 1}}, // no float has it
+      {"ivec3 u", "vec4(u, 9) / 255.0", "u=1,2,3", {1, 2, 3, 9}},
+      {"ivec4 u", "vec4(u) / 255.0", "u=i1,i2,i3,i4", {1, 2, 3, 4}},
+      {"bool u", "vec4(u)", "u=true", {255, 255, 255, 255}},
+      {"bool u", "vec4(u)", "u=0.5", {255, 255, 255, 255}},
+      {"bvec3 u", "vec4(u, 1)", "u=false,true,false", {0, 255, 0, 255}},
+      {"bvec2 u", "vec4(u, u)", "u=1,0", {255, 0, 255, 0}},
+      {"mat2 u", "vec4(u[0], u[1]) / 255.0", "u=1,2,3,4", {1, 3, 2, 4}}, // u[0] is a column
+      {"mat3 u", "vec4(u * vec3(1, 0, 0), u[2][0]) / 255.0", "u=1,2,3,4,5,6,7,8,9", {1, 4, 7, 3}},
+      {"mat4 u", "u * vec4(0, 1, 0, 0) / 255.0", "u=1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16", {2, 6, 10, 14}},
+      {"float u[3]", "vec4(u[1], u[2], 0, 0) / 255.0", "u[2]=7", {0, 7, 0, 0}},
+      {"float u[3]", "vec4(u[1], u[0], 0, u[2]) / 255.0", "u=7", {0, 7, 0, 0}},
+      {"float u[3]", "vec4(u[1], u[0], 0, u[2]) / 255.0", "u[0]=7", {0, 7, 0, 0}},
+      {"int u", "vec4(u)", "u=1.5", {}, "is an int, not a float."},
+      {"int u", "vec4(u)", "u=true", {}, "is an int, not true or false."},
+      {"float u", "vec4(u)", "u=true", {}, "is a float, not true or false."},
+      {"ivec2 u", "u.xyxy", "u=1", {}, "is an ivec2, not 1 number."},
+      {"ivec2 u", "u.xyxy", "u=1,2.5", {}, "is an ivec2, not 2 floats."},
+      {"bvec2 u", "vec4(u, u)", "u=true,true,true", {}, "is a bvec2, not 3 numbers."},
+      {"mat3 u", "u[0].xyzz", "u=1,2,3,4", {}, "is a mat3 of 9 numbers, not 4 numbers."},
+      {"mat2x3 u", "u[0].xyzz", "u=1,2,3,4,5,6", {}, "has a type that takes no setting."},
+      {"sampler2D u", "texture2D(u, vec2(0.0))", "u=i1", {}, "is a sampler, which reads a picture."},
+  };
+  for (const auto& one : cases)
+  {
+    const OmString program = OmString("#version 120\nuniform ") + one.declaration +
+                             "; void main() { gl_FragColor = vec4(" + one.value + "); }";
+    SCOPED_TRACE(OmString(one.declaration) + ", " + one.setting);
+    for (const OmString& comment : {OmString(), "// default: " + OmString(one.setting) + "\n"})
+    {
+      const auto filter = filterOf((comment + program).c_str());
+      EXPECT_TRUE(!comment.empty() || filter->set(one.setting));
+      const PrintCapture print(4);
+      EXPECT_EQ(colour(*filter), one.colour);
+      EXPECT_EQ(print.messages().empty(), !one.colour.empty());
+      for (const auto& [type, text] : print.messages())
+        EXPECT_EQ(text, OmString("OmImageFilter: the uniform \"u\" of the fragment shader ") + one.failure + "\n");
+    }
+  }
 }
 
 TEST(omImageFilterTest, PicturesAndSizes)
@@ -275,6 +332,74 @@ TEST(omImageFilterTest, PicturesAndSizes)
   EXPECT_EQ(wrongBytes(*enlarged, dots, dots), 0u);
 }
 
+TEST(omImageFilterTest, ChainsAreTheirFiltersOneAfterAnother)
+{
+  const auto window = open();
+  ASSERT_TRUE(window);
+  constexpr char Times8[] = "uniform sampler2D image; uniform float f; void main() { gl_FragColor = "
+                            "texture2D(image, gl_TexCoord[0].st) * f - 3.0; }";
+  constexpr char By8[] = "uniform sampler2D image; uniform float f; void main() { gl_FragColor = (3.0 + "
+                         "texture2D(image, gl_TexCoord[0].st)) / f; }";
+  constexpr char Add[] = "uniform sampler2D image, b; void main() { gl_FragColor = "
+                         "texture2D(image, gl_TexCoord[0].st) * 0.75 + 0.5 * texture2D(b, vec2(0.5)); }";
+  for (const std::vector<const char*>& sources :
+       std::vector<std::vector<const char*>>{{Negative, Shift}, {Add, Shift, Add, Negative}, {Times8, By8}})
+    for (const OmU32 channels : {1u, 2u, 3u, 4u})
+    {
+      SCOPED_TRACE(OmString(sources[0]) + ", " + std::to_string(channels) + " channels");
+      const bool isFloat = sources[0] == Times8;
+      std::vector<std::shared_ptr<OmImageFilter>> filters;
+      const OmImage image = makePicture(channels, 37, 23);
+      OmImage wanted = image;
+      for (const char* const source : sources)
+      {
+        filters.push_back(filterOf(source));
+        filters.back()->setFloatsBetweenPasses(isFloat);
+        if (isFloat)
+          filters.back()->set("f=8");
+        if (source == Add)
+          filters.back()->setPicture("b", makePicture(4, 1, 1, static_cast<OmU32>(filters.size())));
+        OmImage next;
+        ASSERT_TRUE(filters.back()->run(wanted, next));
+        wanted = next;
+      }
+      for (std::size_t i = sources.size() - 1; i > 0; --i)
+        ASSERT_TRUE(filters[i - 1]->setNext(filters[i]));
+      for (int run = 0; run < 2; ++run)
+      {
+        const PrintCapture print;
+        EXPECT_EQ(wrongBytes(*filters[0], image, isFloat ? expected(image) : wanted), 0u);
+        EXPECT_TRUE(run == 0 || print.messages() == (Messages{{2, "Reusing texture.\n"}})); // the one upload
+      }
+    }
+
+  // Alpha that is said to be nothing is 1 again for the next.
+  const auto alpha = filterOf("void main() { gl_FragColor = vec4(0.2); }");
+  const std::shared_ptr<OmImageFilter> reader =
+      filterOf("uniform sampler2D image; uniform float f; void main() { gl_FragColor = texture2D(image, "
+               "gl_TexCoord[0].st).aaaa * f; }");
+  reader->set("f=1");
+  ASSERT_TRUE(alpha->setNext(reader));
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{51, 51, 51, 51}));
+  alpha->setOpaque(true);
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{255, 255, 255, 255}));
+  reader->set("f=0.4");
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{102, 102, 102, 102}));
+  alpha->setOpaque(false);
+
+  const std::shared_ptr<OmImageFilter> bad = filterOf("nonsense");
+  ASSERT_TRUE(reader->setNext(bad));
+  {
+    const PrintCapture print(4);
+    EXPECT_FALSE(bad->setNext(reader) || reader->setNext(reader));
+    EXPECT_TRUE(colour(*alpha).empty());
+    ASSERT_EQ(print.messages().size(), 3u);
+    EXPECT_EQ(print.messages()[2].second.find("OmImageFilter: cannot compile"), 0u);
+  }
+  EXPECT_TRUE(reader->setNext(nullptr));
+  EXPECT_EQ(colour(*alpha), (std::vector<int>{20, 20, 20, 20}));
+}
+
 TEST(omImageFilterTest, FailuresLeaveTheResult)
 {
   const auto window = open();
@@ -303,8 +428,8 @@ TEST(omImageFilterTest, FailuresLeaveTheResult)
   for (const auto& [setting, message] : {
            std::pair("radius=1", "the fragment shader has no uniform \"radius\""),
            {"pass=i1", "the filter sets the uniform \"pass\" itself"},
-           {"strength=i1", "the uniform \"strength\" of the fragment shader is not made of 1 whole number."},
-           {"strength=1,2", "the uniform \"strength\" of the fragment shader is not made of 2 floats."},
+           {"strength=i1", "the uniform \"strength\" of the fragment shader is a float, not a whole number."},
+           {"strength=1,2", "the uniform \"strength\" of the fragment shader is a float, not 2 numbers."},
        })
   {
     const auto filter = uses();
@@ -314,10 +439,13 @@ TEST(omImageFilterTest, FailuresLeaveTheResult)
   }
   auto other = uses();
   other->setFloats("strength", {1.0f, 2.0f, 3.0f, 4.0f});
-  fails(*other, image, "the uniform \"strength\" of the fragment shader is not made of 4 floats.");
+  fails(*other, image, "the uniform \"strength\" of the fragment shader is a float, not 4 numbers.");
   other = uses();
   other->setPicture("nothing", image);
-  fails(*other, image, "the fragment shader has no uniform \"nothing\"");
+  fails(*other, image, "the fragment shader has no sampler2D \"nothing\"");
+  other = uses();
+  other->setPicture("strength", image);
+  fails(*other, image, "the uniform \"strength\" of the fragment shader is no sampler2D");
   other = filterOf("uniform sampler2D a; void main() { gl_FragColor = texture2D(a, vec2(0.0)); }");
   other->setPicture("a", OmImage(5, 1, 1));
   fails(*other, image, "the picture \"a\" has 5 channels, and filters take 1 to 4.");
@@ -357,13 +485,14 @@ uniform int pass, count;
 uniform bool on;
 uniform float unused, weights[3], initial = 1.5;
 uniform vec3 tint;
-uniform vec4 tooMany;
+uniform vec4 four;
 uniform mat2 turn;
+uniform mat2x3 unknown;
 void main()
 {
-  vec2 all = imageSize + texelSize + direction + tableSize + tableTexelSize + cells + turn * vec2(weights[2]);
+  vec2 all = imageSize + texelSize + direction + tableSize + tableTexelSize + cells + turn * vec2(weights[2]) + vec3(1.0) * unknown;
   gl_FragColor = texture2D(image, all) + texture2D(table, all) + vec4(tint * (on ? 1.0 : initial), pass + count)
-                 + tooMany + weights[0] + gl_DepthRange.near;
+                 + four + weights[0] + gl_DepthRange.near;
 })");
   const auto texts = [&]
   {
@@ -380,12 +509,15 @@ void main()
     }
     return found;
   };
-  EXPECT_EQ(texts(), (std::vector<OmString>{"cells=0 0 ", "count=i0 ", "initial=1.5 ", "on=i0 ", "tint=0 0 0 ",
-                                            "weights[0]=0 ", "weights[1]=0 ", "weights[2]=0 "}));
-  for (const char* const text : {"cells=-1,2.5", "count=i-7", "on=i1", "tint=1,0.5,0.25", "weights[1]=3"})
+  EXPECT_EQ(texts(),
+            (std::vector<OmString>{"cells=0 0 ", "count=i0 ", "four=0 0 0 0 ", "initial=1.5 ", "on=i0 ", "tint=0 0 0 ",
+                                   "turn=0 0 0 0 ", "weights[0]=0 ", "weights[1]=0 ", "weights[2]=0 "}));
+  for (const char* const text :
+       {"cells=-1,2.5", "count=i-7", "on=i1", "tint=1,0.5,0.25", "turn=1,2,3,4", "weights[1]=3"})
     EXPECT_TRUE(filter->set(text)) << text;
-  EXPECT_EQ(texts(), (std::vector<OmString>{"cells=-1 2.5 ", "count=i-7 ", "initial=1.5 ", "on=i1 ", "tint=1 0.5 0.25 ",
-                                            "weights[0]=0 ", "weights[1]=3 ", "weights[2]=0 "}));
+  EXPECT_EQ(texts(), (std::vector<OmString>{"cells=-1 2.5 ", "count=i-7 ", "four=0 0 0 0 ", "initial=1.5 ", "on=i1 ",
+                                            "tint=1 0.5 0.25 ", "turn=1 2 3 4 ", "weights[0]=0 ", "weights[1]=3 ",
+                                            "weights[2]=0 "}));
   const PrintCapture print(4);
   ASSERT_TRUE(filter->loadShaderFromString("void main()\n{\n  x;\n}\n", OmShader::Fragment));
   EXPECT_TRUE(filter->settings().empty());
@@ -469,8 +601,20 @@ TEST(omImageFilterTest, WithoutAWindowAHiddenOneIsUsed)
       unsetenv("DISPLAY");
     auto filter = filterOf(Negative);
     auto other = filterOf(Shift);
+    const std::shared_ptr<OmImageFilter> next = filterOf(Negative); // was in a window of its own
+    const auto chain = filterOf(Negative);
+    EXPECT_EQ(wrongBytes(*next, image, expected(image, 0, 0, 255)), 0u);
+    EXPECT_TRUE(chain->setNext(next));
     for (int run = 0; run < 2; ++run)
     {
+      EXPECT_EQ(wrongBytes(*chain, image, expected(image)), 0u);
+      const std::shared_ptr<OmImageFilter> last = filterOf(Shift);
+      EXPECT_TRUE(next->setNext(last));
+      EXPECT_EQ(wrongBytes(*chain, image, expected(image, 3, 6)), 0u);
+      EXPECT_TRUE(next->setNext(nullptr));
+      const PrintCapture print;
+      EXPECT_TRUE(last->init()); // in the window of the first: it opens none
+      EXPECT_EQ(print.messages(), Messages());
       EXPECT_EQ(wrongBytes(*filter, image, expected(image, 0, 0, 255)), 0u);
       EXPECT_EQ(OmWindow::getWindow(), nullptr);
       EXPECT_EQ(glGetString(GL_VERSION), nullptr);

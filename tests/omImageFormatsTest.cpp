@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
 namespace
 {
 
@@ -91,6 +95,57 @@ TEST(omImageFormatsTest, DecodesWhatItEncodes)
                       {4, start + "read \"frame 4\": the file is empty\n"}}));
 }
 
+TEST(omImageFormatsTest, WritesTheChannelsThatAreAskedFor)
+{
+  using Writer = OmImageReaderWriter;
+  using Pixels = std::vector<OmU8>;
+  struct Case
+  {
+    const char* what;
+    OmU32 channels;
+    Pixels pixels; // of an image one pixel high
+    Writer::Format format;
+    Writer::Channels choice;
+    bool withoutAlpha;
+    Pixels expected;
+  };
+  const Pixels grey4 = {7, 7, 7, 9, 200, 200, 200, 0}, nearly = {7, 7, 7, 200, 200, 201},
+               colors = {255, 0, 0, 0, 255, 0};
+  const Case cases[] = {
+      {"equal", 4, grey4, Writer::PAM, Writer::GreyIfEqual, false, {7, 9, 200, 0}},
+      {"equal, no alpha", 4, grey4, Writer::PNG, Writer::GreyIfEqual, true, {7, 200}},
+      {"not equal", 3, nearly, Writer::PNG, Writer::GreyIfEqual, false, nearly},
+      {"not equal in blue", 3, {7, 7, 7, 1, 2, 1}, Writer::PNG, Writer::GreyIfEqual, false, {7, 7, 7, 1, 2, 1}},
+      {"light", 3, colors, Writer::PAM, Writer::Grey, false, {54, 182}},
+      {"equal light", 3, {1, 1, 1, 254, 254, 254}, Writer::PAM, Writer::Grey, false, {1, 254}},
+      {"over white", 4, grey4, Writer::PAM, Writer::RGB, false, {246, 246, 246, 255, 255, 255}},
+      {"left out", 4, grey4, Writer::PAM, Writer::RGB, true, {7, 7, 7, 200, 200, 200}},
+      {"grey over white", 2, {7, 9, 200, 255}, Writer::PPM, Writer::Grey, false, {246, 200}},
+      {"new alpha", 1, {5, 6}, Writer::PNG, Writer::RGBA, false, {5, 5, 5, 255, 6, 6, 6, 255}},
+      {"grey and alpha", 4, grey4, Writer::PNG, Writer::GreyAlpha, false, {7, 9, 200, 0}},
+      {"no grey in WebP", 2, {5, 255, 6, 3}, Writer::WebP, Writer::AsTheyAre, false, {5, 5, 5, 255, 6, 6, 6, 3}},
+      {"under transparency", 4, grey4, Writer::WebP, Writer::AsTheyAre, false, grey4}};
+  for (const Case& c : cases)
+  {
+    SCOPED_TRACE(c.what);
+    const auto& formats = Writer::formats();
+    if (std::none_of(formats.begin(), formats.end(),
+                     [&c](const Writer::FormatSupport& support)
+                     { return support.format == c.format && support.isWritten; }))
+      continue;
+    OmImage image(c.channels, 2, 1);
+    std::copy(c.pixels.begin(), c.pixels.end(), image.data());
+    Writer::WriteSettings settings;
+    settings.format = c.format;
+    settings.channels = c.choice;
+    settings.withoutAlpha = c.withoutAlpha;
+    std::vector<OmU8> bytes;
+    OmImage copy;
+    ASSERT_TRUE(Writer::encode(image, "picture", settings, bytes) && Writer::decode(copy, bytes, "picture", 0));
+    EXPECT_EQ(Pixels(copy.data(), copy.data() + copy.byteSize()), c.expected);
+  }
+}
+
 TEST(omImageFormatsTest, CompressesAsAsked)
 {
   OmImage image = makePicture(3, 400, 300); // each pixel is much like the one above
@@ -104,6 +159,82 @@ TEST(omImageFormatsTest, CompressesAsAsked)
   EXPECT_LT(fast, image.byteSize() * 105 / 100);
   EXPECT_LT(normal, fast / 2);
   EXPECT_LT(bytes[OmImageReaderWriter::Small].size(), normal * 97 / 100);
+}
+
+/// The directory of EXIF data is within the limits of its bytes, and one without sense changes nothing.
+TEST(omImageFormatsTest, AppliesTheOrientationOfSoundTags)
+{
+  const auto entry = [](int tag, int type, int count, int value)
+  {
+    return OmString{static_cast<char>(tag),
+                    static_cast<char>(tag >> 8),
+                    static_cast<char>(type),
+                    0,
+                    static_cast<char>(count),
+                    0,
+                    0,
+                    0,
+                    static_cast<char>(value),
+                    0,
+                    0,
+                    0};
+  };
+  const OmString start = "Exif\0\0II*\0\x08\0\0\0"s;
+  struct Case
+  {
+    const char* what;
+    OmString exif;
+    bool isTurned;
+  };
+  const Case cases[] = {
+      {"a short", start + "\1\0"s + entry(0x112, 3, 1, 6), true},
+      {"a long", start + "\1\0"s + entry(0x112, 4, 1, 8), true},
+      {"behind others", start + "\3\0"s + entry(0x10f, 2, 1, 0) + entry(0x110, 3, 1, 3) + entry(0x112, 3, 1, 5), true},
+      {"the other byte order", "Exif\0\0MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0\7\0\0"s, true},
+      {"upside down", start + "\1\0"s + entry(0x112, 3, 1, 3), false},
+      {"no such value", start + "\1\0"s + entry(0x112, 3, 1, 9), false},
+      {"zero", start + "\1\0"s + entry(0x112, 3, 1, 0), false},
+      {"two values", start + "\1\0"s + entry(0x112, 3, 2, 6), false},
+      {"a text", start + "\1\0"s + entry(0x112, 2, 1, 6), false},
+      {"more entries than bytes", start + "\xff\xff"s + entry(0x112, 3, 1, 6).substr(0, 11), false},
+      {"beyond the end", "Exif\0\0II*\0\xff\xff\xff\xff\1\0"s + entry(0x112, 3, 1, 6), false},
+      {"in itself", "Exif\0\0II*\0\4\0\0\0\1\0"s + entry(0x112, 3, 1, 6), false},
+      {"no directory", "Exif\0\0II*\0"s, false},
+      {"no header", "Exif\0\0"s, false}};
+  std::vector<OmU8> plain;
+  std::ifstream file(fixture("baseline.jpg"), std::ios::binary); // 32 by 16 pixels
+  plain.assign(std::istreambuf_iterator<char>(file), {});
+  for (const Case& c : cases)
+  {
+    SCOPED_TRACE(c.what);
+    const OmString marker = "\xff\xe1\0"s + static_cast<char>(c.exif.size() + 2) + c.exif;
+    std::vector<OmU8> bytes = plain;
+    bytes.insert(bytes.begin() + 2, marker.begin(), marker.end());
+    OmU32 width = 0, height = 0, channels = 0;
+    ASSERT_TRUE(OmImageReaderWriter::decodeHeader(bytes, "picture", width, height, channels));
+    EXPECT_EQ(width, c.isTurned ? 16U : 32U);
+    EXPECT_EQ(height, c.isTurned ? 32U : 16U);
+    OmImage image;
+    ASSERT_TRUE(OmImageReaderWriter::decode(image, bytes, "picture", 0));
+    EXPECT_EQ(image.width(), width);
+  }
+}
+
+TEST(omImageFormatsTest, KnowsFormatsByTheirSuffixes)
+{
+  for (const OmImageReaderWriter::FormatSupport& support : OmImageReaderWriter::formats())
+    for (const OmString& suffix : support.suffixes)
+    {
+      auto format = OmImageReaderWriter::Raw;
+      EXPECT_TRUE(OmImageReaderWriter::formatOfName("a.b/c.d" + suffix, format));
+      EXPECT_EQ(format, support.format);
+    }
+  auto format = OmImageReaderWriter::PAM;
+  EXPECT_TRUE(OmImageReaderWriter::formatOfName("PHOTO.JPeG", format));
+  EXPECT_EQ(format, OmImageReaderWriter::JPEG);
+  for (const char* name : {"", "png", "a.png/b", "a.gif", "a.png.", "a.pn"})
+    EXPECT_FALSE(OmImageReaderWriter::formatOfName(name, format)) << name;
+  EXPECT_EQ(format, OmImageReaderWriter::JPEG);
 }
 
 /// RGB pictures of every kind get a fourth channel of 255; the others stay.

@@ -87,15 +87,14 @@ TEST(settingValuesTest, ValuesAndTheChoiceOutliveTheShader)
 TEST(settingValuesTest, CommandLinesAreForAShell)
 {
   FilterSettings settings;
-  settings.shader = "-my 'best'.frag";
-  settings.vertex = "v.vert";
-  settings.uniforms = {"a[1]=-1.5,i2"};
-  settings.textures = {{"lut", "$(x).png"}};
-  settings.passes = 3;
-  settings.size = {4, 5};
+  settings.shaders = {{"-my 'best'.frag", "v.vert", {"a[1]=-1.5,i2"}, {{"lut", "$(x).png"}}, 3},
+                      {"blur", "", {"radius=2"}, {}, std::nullopt}};
+  settings.scaling = {OmImageBlock(OmPixel(1, 2), 3, 4), {{4, 5}}, {{6, 7}}, 12.5}; // more than the tool takes
   settings.floats = true;
   settings.backEnd.device = "cuda:0";
   EXPECT_EQ(filterCommandLine(settings, "-", "out.png"),
             "omrender filter --shader './-my '\\''best'\\''.frag' --vertex v.vert --set 'a[1]=-1.5,i2' "
-            "--texture 'lut=$(x).png' --passes 3 --size 4x5 --float --device cuda:0 ./- --out out.png");
+            "--texture 'lut=$(x).png' --passes 3 --shader blur --set radius=2 --crop 1,2,3,4 --size 4x5 --fit 6x7 "
+            "--percent 12.5 --float --device cuda:0 ./- "
+            "--out out.png");
 }

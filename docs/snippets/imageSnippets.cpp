@@ -6,7 +6,9 @@
 #include "foundation/core/omApplication.h"
 #include "foundation/core/omPrint.h"
 #include "image/omImage.h"
+#include "image/omImageMetadata.h"
 #include "image/omImageReaderWriter.h"
+#include "image/omImageScaling.h"
 #include "image/omImageStream.h"
 #include "image/omPixel.h"
 
@@ -92,7 +94,24 @@ int readAndWrite()
   // omImageReaderWriter.h]
   OmImage written;
   CHECK(OmImageReaderWriter::read(written, "photo.png") && isSame(written, image));
+  // [omImageScaling.h
+  const OmImage small = OmImageScaling::scaled(image, image.width() / 8, image.height() / 8);
+  // omImageScaling.h]
+  CHECK(small.width() == image.width() / 8 && small.height() == image.height() / 8);
   return 0;
+}
+
+int keepMetadata()
+{
+  OmImage image;
+  // [omImageMetadata.h
+  OmImageMetadata metadata;
+  if (!OmImageReaderWriter::read(image, "photo.jpg", 0, metadata))
+    return 1;
+  OmImageReaderWriter::WriteSettings settings;
+  settings.metadata = &metadata; // the photo's colour profile goes along
+  return OmImageReaderWriter::write(image, "photo.png", settings) ? 0 : 1;
+  // omImageMetadata.h]
 }
 
 void stream()
@@ -142,5 +161,6 @@ int main(int argc, char** argv)
   CHECK(readAndWrite() == 1); // there is no photo.jpg yet
   std::filesystem::copy_file(photo, "photo.jpg");
   CHECK(readAndWrite() == 0);
+  CHECK(keepMetadata() == 0);
   return 0;
 }

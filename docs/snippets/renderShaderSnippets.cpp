@@ -1,9 +1,12 @@
-// The snippet of OmRenderShader. The lines between the markers stand in its header, word for word.
+// The snippets of OmRenderShader and OmColorTable. The lines between the markers stand in their headers, word for word.
 
 #include "docs/snippets/snippet.h"
+#include "render/omColorTable.h"
+#include "render/omImageFilter.h"
 #include "render/omRenderShader.h"
 
 #include <cmath>
+#include <fstream>
 #include <vector>
 
 namespace
@@ -22,6 +25,27 @@ std::vector<float> loadColorTable()
 }
 
 } // namespace
+
+/// Looks up colours in a table that exchanges red and green.
+int lookUp(const std::vector<OmRenderShader::vecT3<float>>& colors)
+{
+  std::ofstream("film.cube") << "LUT_3D_SIZE 2\n0 0 0\n0 1 0\n1 0 0\n1 1 0\n0 0 1\n0 1 1\n1 0 1\n1 1 1\n";
+  std::vector<OmRenderShader::vecT3<float>> results(colors.size());
+  // [omColorTable.h
+  OmColorTable table;
+  if (!table.read("film.cube"))
+    return 1;                                                // the reason has been printed
+  table.apply(colors.data(), results.data(), colors.size()); // on the processor
+  OmRenderShader::Texture3 texture = table.texture();        // the texels themselves
+  OmImageFilter filter;                                      // or on the card, by a shader like shaders/lut.frag
+  filter.setPicture("lut", table);
+  // omColorTable.h]
+  for (std::size_t i = 0; i < colors.size(); ++i)
+    CHECK(std::abs(results[i].x - colors[i].y) < 1e-6f && std::abs(results[i].y - colors[i].x) < 1e-6f &&
+          std::abs(results[i].z - colors[i].z) < 1e-6f);
+  CHECK(texture.tex3D({0.5f, 0.0f, 0.0f}).y == 1.0f && texture.size.z == 2);
+  return 0;
+}
 
 int main()
 {
@@ -43,5 +67,5 @@ int main()
     CHECK(results[i].x == single.x && results[i].y == single.y && results[i].z == single.z);
     CHECK(std::abs(single.x - colors[i].x) < 1e-6f && std::abs(single.z - colors[i].z) < 1e-6f);
   }
-  return 0;
+  return lookUp(colors);
 }

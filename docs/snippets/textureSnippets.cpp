@@ -13,6 +13,7 @@
 #include "render/omTextureParameters.h"
 
 #include <fstream>
+#include <memory>
 
 namespace
 {
@@ -154,6 +155,16 @@ bool imageFilter(const OmImage& image)
   // omImageFilter.h]
   for (std::size_t i = 0; i < image.byteSize(); ++i)
     CHECK(std::abs(7 * result.data()[i] - 2 * image.data()[i]) <= 4);
+  std::ofstream("edges.frag") << "uniform sampler2D image; void main() { gl_FragColor = 0.5 * texture2D(image, "
+                                 "gl_TexCoord[0].st); }";
+  // [omImageFilter.h: a chain
+  const auto edges = std::make_shared<OmImageFilter>();
+  if (!edges->loadShaderFromFile("edges.frag", OmShader::Fragment) || !filter.setNext(edges))
+    return false;
+  // omImageFilter.h: a chain]
+  CHECK(filter.run(image, result));
+  for (std::size_t i = 0; i < image.byteSize(); ++i)
+    CHECK(std::abs(7 * result.data()[i] - image.data()[i]) <= 8);
   return true;
 }
 

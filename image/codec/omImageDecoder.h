@@ -2,6 +2,8 @@
 #define OM_IMAGE_DECODER_H
 
 #include "foundation/core/omTypes.h"
+#include "image/codec/omExif.h"
+#include "image/omImageMetadata.h"
 
 #include <cstdio>
 
@@ -20,15 +22,19 @@ public:
   /// Reads up to the pixels and refuses a file that is too small for the picture that its header announces.
   virtual bool readHeader() = 0;
 
-  OmU32 width() const { return m_width; }
+  OmU32 width() const { return m_width; } ///< as stored, in pixels
   OmU32 height() const { return m_height; }
   OmU32 channels() const { return m_channels; }
+  /// How the rows that are read stand; whoever wants the picture upright turns it.
+  OmExif::Orientation orientation() const { return m_orientation; }
   /// RGB pictures get a fourth channel of 255 everywhere.
   void addOpaqueAlpha()
   {
     m_addsAlpha = m_channels == 3;
     m_channels += m_addsAlpha ? 1 : 0;
   }
+  /// Adds what the file says besides its pixels, if anybody wants to know. Goes between readHeader() and start().
+  virtual void readMetadata(OmImageMetadata&) {}
   /// How often all rows are read, top to bottom. After the first pass, readRow() must be given the row as the pass
   /// before left it.
   int passes() const { return m_passes; }
@@ -53,6 +59,7 @@ protected:
   OmU32 m_width = 0;
   OmU32 m_height = 0;
   OmU32 m_channels = 0;
+  OmExif::Orientation m_orientation = OmExif::TopLeft;
   int m_passes = 1;
   bool m_addsAlpha = false; ///< the fourth channel is not in the file
   char m_reason[256] = "";  ///< an array: a longjmp follows, which runs no destructors

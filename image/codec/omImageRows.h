@@ -6,12 +6,20 @@
 #include <array>
 #include <vector>
 
-/// The rows of an image as a file stores them: with all channels, or without the last of them.
+/// The rows of an image as a file stores them: as they are, or with other channels.
 class OmImageRows
 {
 public:
-  /// The image must outlive this object.
-  OmImageRows(const OmImage& image, bool withoutLast);
+  /// What becomes of an alpha that the file does not store.
+  enum LostAlpha
+  {
+    LeftOut,  ///< the colours stay
+    OverWhite ///< the picture is laid over white
+  };
+
+  /// Rows of 1 to 4 channels: grey, grey and alpha, RGB, RGBA. Colours become grey by their light, where equal channels
+  /// keep their value, grey becomes equal channels, and a new alpha is opaque. The image must outlive this object.
+  OmImageRows(const OmImage& image, OmU32 channels, LostAlpha lostAlpha);
 
   OmU32 width() const { return m_image.width(); }
   OmU32 height() const { return m_image.height(); }
@@ -24,9 +32,12 @@ public:
   const OmU8* row(OmU32 y);
 
 private:
+  using Convert = void (*)(const OmU8* source, OmU8* target, std::size_t width);
+
   const OmImage& m_image;
   OmU32 m_channels;
-  std::array<std::vector<OmU8>, 2> m_shortened; ///< the last two rows, if a channel is left out
+  Convert m_convert = nullptr;                  ///< null if the rows are the image's own
+  std::array<std::vector<OmU8>, 2> m_converted; ///< the last two rows
 };
 
 #endif

@@ -1,5 +1,6 @@
 #include "image/codec/omInputFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -55,5 +56,21 @@ bool OmInputFile::open(const std::vector<OmU8>& bytes, OmString& reason)
     return false;
   }
   m_size = bytes.size();
+  return true;
+}
+
+bool OmInputFile::readAll(std::vector<OmU8>& bytes) const
+{
+  constexpr std::uint64_t BytesInAdvance = std::uint64_t{1} << 20;
+  std::rewind(stream());
+  bytes.clear();
+  while (bytes.size() < m_size)
+  {
+    const std::size_t size = bytes.size();
+    const std::uint64_t part = std::min(m_size - size, std::max<std::uint64_t>(size, BytesInAdvance));
+    bytes.resize(size + part);
+    if (std::fread(bytes.data() + size, 1, part, stream()) != part)
+      return false;
+  }
   return true;
 }

@@ -1,6 +1,11 @@
 #include "image/codec/omJpegDecoder.h"
 
+#include "image/codec/omProfile.h"
+
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 #include <jerror.h>
@@ -19,6 +24,10 @@ constexpr std::uint64_t ArithmeticRatio = 1032;
 constexpr std::uint64_t ScanLimit = 500;
 constexpr std::uint64_t BlockVisitsPerByte = 160;
 constexpr std::uint64_t FreeBlockVisits = 1U << 24;
+
+constexpr int ExifMarker = JPEG_APP0 + 1; ///< also that of other data
+constexpr int ProfileMarker = JPEG_APP0 + 2;
+constexpr unsigned LongestMarker = 0xffff;
 
 /// Whether a warning means lost pixels. The others, such as padding between markers, are common in whole files.
 bool isDamage(int messageCode)
@@ -141,6 +150,17 @@ bool OmJpegDecoder::chooseColors()
   }
 }
 
+/// The markers before the pixels say how the picture stands.
+void OmJpegDecoder::readMarkers()
+{
+  for (const jpeg_marker_struct* marker = m_jpeg.marker_list; marker != nullptr; marker = marker->next)
+    if (marker->marker == ExifMarker && marker->data_length > 5 && std::memcmp(marker->data, "Exif", 5) == 0)
+    {
+      m_orientation = OmExif::orientation(marker->data, marker->data_length);
+      return;
+    }
+}
+
 bool OmJpegDecoder::readHeader()
 {
   const bool done = attempt(
@@ -150,17 +170,44 @@ bool OmJpegDecoder::readHeader()
         m_jpeg.progress = &m_progress;
         m_maximumScans = 1;
         jpeg_stdio_src(&m_jpeg, m_file.stream());
+        jpeg_save_markers(&m_jpeg, ExifMarker, LongestMarker);
+        jpeg_save_markers(&m_jpeg, ProfileMarker, LongestMarker);
         jpeg_read_header(&m_jpeg, TRUE);
       });
   if (!done || !chooseColors())
     return false;
   m_width = m_jpeg.image_width;
   m_height = m_jpeg.image_height;
+  readMarkers();
   if (!fileMayHoldPicture())
     return fail("the file is too small for the size in its header");
   const std::uint64_t visits = m_file.size() * BlockVisitsPerByte + FreeBlockVisits;
   m_maximumScans = static_cast<int>(std::min(ScanLimit, visits / std::max<std::uint64_t>(1, blockCount())));
   return true;
+}
+
+/// JFIF's density, per inch or per centimetre or only as a ratio.
+std::optional<OmImageMetadata::Resolution> OmJpegDecoder::resolution() const
+{
+  const OmU32 x = m_jpeg.X_density, y = m_jpeg.Y_density;
+  if (m_jpeg.saw_JFIF_marker == 0 || x == 0 || y == 0 || m_jpeg.density_unit > 2)
+    return std::nullopt;
+  if (m_jpeg.density_unit == 0)
+    return x == y ? std::nullopt : std::optional(OmImageMetadata::Resolution{x, y, false});
+  const double perMetre = m_jpeg.density_unit == 1 ? 1.0 / 0.0254 : 100.0;
+  const auto scaled = [perMetre](OmU32 density) { return static_cast<OmU32>(std::lround(density * perMetre)); };
+  return OmImageMetadata::Resolution{scaled(x), scaled(y), true};
+}
+
+void OmJpegDecoder::readMetadata(OmImageMetadata& metadata)
+{
+  JOCTET* profile = nullptr;
+  unsigned size = 0;
+  attempt([&] { jpeg_read_icc_profile(&m_jpeg, &profile, &size); });
+  if (profile != nullptr)
+    OmProfile::keep(profile, size, metadata);
+  std::free(profile);
+  metadata.resolution = resolution();
 }
 
 bool OmJpegDecoder::start()

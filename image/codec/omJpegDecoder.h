@@ -7,6 +7,7 @@
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <vector>
 
 #include <jpeglib.h>
@@ -20,6 +21,7 @@ public:
   ~OmJpegDecoder() override;
 
   bool readHeader() override;
+  void readMetadata(OmImageMetadata& metadata) override;
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override;
@@ -28,8 +30,10 @@ private:
   template <typename Call>
   bool attempt(const Call& call);
   bool chooseColors();
+  void readMarkers();
   bool fileMayHoldPicture() const;
   std::uint64_t blockCount() const;
+  std::optional<OmImageMetadata::Resolution> resolution() const;
   void convertCmykRow(OmU8* row) const;
   static void onError(j_common_ptr jpeg);
   static void onMessage(j_common_ptr jpeg, int level);

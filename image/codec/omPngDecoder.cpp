@@ -1,5 +1,8 @@
 #include "image/codec/omPngDecoder.h"
 
+#include "image/codec/omPngChunks.h"
+#include "image/codec/omPngMetadata.h"
+
 #include <csetjmp>
 #include <cstdio>
 #include <type_traits>
@@ -9,6 +12,9 @@ namespace
 
 /// No deflate stream expands more than this many times.
 constexpr std::uint64_t DeflateRatio = 1032;
+
+/// No chunk besides the pixels is kept that is larger.
+constexpr std::size_t LargestChunk = std::size_t{16} << 20;
 
 void ignoreWarning(png_structp, png_const_charp) {}
 
@@ -62,6 +68,11 @@ bool OmPngDecoder::readHeader()
   if (m_info == nullptr)
     return fail("out of memory");
 
+  const OmPngChunks chunks(m_file, {"eXIf"}, LargestChunk);
+  if (const std::vector<OmU8>* const exif = chunks.find("eXIf"))
+    m_orientation = OmExif::orientation(exif->data(), exif->size());
+  std::rewind(m_file.stream());
+
   const bool done = attempt(
       [this]
       {
@@ -82,6 +93,15 @@ bool OmPngDecoder::readHeader()
         m_passes = png_set_interlace_handling(m_png);
       });
   return done && (fileMayHoldPicture() || fail("the file is too small for the size in its header"));
+}
+
+/// libpng goes on where it was.
+void OmPngDecoder::readMetadata(OmImageMetadata& metadata)
+{
+  const off_t place = ::ftello(m_file.stream());
+  OmPngMetadata::read(m_file, metadata);
+  if (::fseeko(m_file.stream(), place, SEEK_SET) != 0)
+    std::rewind(m_file.stream()); // start() then fails
 }
 
 bool OmPngDecoder::start()

@@ -16,6 +16,7 @@ public:
   ~OmPngDecoder() override;
 
   bool readHeader() override;
+  void readMetadata(OmImageMetadata& metadata) override;
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override;

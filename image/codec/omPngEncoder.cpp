@@ -1,6 +1,7 @@
 #include "image/codec/omPngEncoder.h"
 
 #include "image/codec/omPngFilter.h"
+#include "image/codec/omPngMetadata.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -121,13 +122,15 @@ std::vector<OmU8> header(const OmImageRows& rows)
 
 void OmPngEncoder::encode(OmImageRows& rows, std::vector<OmU8>& bytes) const
 {
-  const Bytes pixels = compressedRows(rows, m_compression);
+  const Bytes pixels = compressedRows(rows, m_settings.compression);
   const std::size_t chunks = (pixels.size + ChunkSize - 1) / ChunkSize;
   bytes.reserve(bytes.size() + pixels.size + chunks * 12 + 64);
 
   bytes.insert(bytes.end(), std::begin(Signature), std::end(Signature));
   const std::vector<OmU8> start = header(rows);
   appendChunk("IHDR", start.data(), start.size(), bytes);
+  for (const auto& [type, data] : OmPngMetadata::chunks(m_settings.metadata, rows.channels()))
+    appendChunk(type, data.data(), data.size(), bytes);
   for (std::size_t at = 0; at < pixels.size; at += ChunkSize)
     appendChunk("IDAT", pixels.data.get() + at, std::min(ChunkSize, pixels.size - at), bytes);
   appendChunk("IEND", nullptr, 0, bytes);

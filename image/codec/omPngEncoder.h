@@ -8,13 +8,13 @@
 class OmPngEncoder
 {
 public:
-  explicit OmPngEncoder(OmImageReaderWriter::Compression compression) : m_compression(compression) {}
+  explicit OmPngEncoder(const OmImageReaderWriter::WriteSettings& settings) : m_settings(settings) {}
 
   /// Appends the whole file to `bytes`. Throws std::bad_alloc if memory runs out.
   void encode(OmImageRows& rows, std::vector<OmU8>& bytes) const;
 
 private:
-  OmImageReaderWriter::Compression m_compression;
+  const OmImageReaderWriter::WriteSettings& m_settings;
 };
 
 #endif

@@ -47,36 +47,53 @@ OmString OmFilterPasses::takeError()
   return error == GL_NO_ERROR ? "" : "OpenGL error 0x" + OmINT2STRING(error, 16);
 }
 
-OmString OmFilterPasses::run(const OmFilterProgram& program, const OmImage& image, const OmFilterRun& filterRun,
-                             OmImage& result)
+OmString OmFilterPasses::run(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)
 {
-  m_source.load(image, filterRun.width != image.width() || filterRun.height != image.height());
-  const OmPictureTexture* from = &m_source;
-  for (OmU32 number = 0; number < filterRun.passes; ++number)
-  {
-    // The last pass makes the result, which is of bytes. Those before take turns between the other two targets.
-    const bool isLast = number + 1 == filterRun.passes;
-    const Pass pass = {number, isLast ? 0 : 1 + static_cast<int>(number % 2), !isLast && filterRun.floats, !isLast};
-    OmString failure = makeTarget(pass, filterRun.width, filterRun.height);
-    if (!failure.empty())
-      return failure;
-    draw(program, pass, *from);
-    from = &m_targets[pass.target]->picture;
-  }
-  OmString failure = takeError();
+  m_source.load(image);
+  OmString failure = drawAll(image, filterRun);
+  if (failure.empty())
+    failure = takeError();
   if (!failure.empty())
     return failure;
 
   const OmU32 channels = image.channels() % 2 == 0 ? 4 : 3;
-  const bool fits = result.channels() == channels && result.width() == filterRun.width &&
-                    result.height() == filterRun.height && !result.flippedData();
+  const bool fits = result.channels() == channels && result.width() == image.width() &&
+                    result.height() == image.height() && !result.flippedData();
   if (fits)
     return read(result);
-  OmImage made(channels, filterRun.width, filterRun.height);
+  OmImage made(channels, image.width(), image.height());
   failure = read(made);
   if (failure.empty())
     result = std::move(made);
   return failure;
+}
+
+/// Leaves the framebuffer with the result bound.
+OmString OmFilterPasses::drawAll(const OmImage& image, const OmFilterRun& filterRun)
+{
+  const OmPictureTexture* from = &m_source;
+  for (const OmFilterStep& step : filterRun.steps)
+  {
+    const bool isLastStep = &step == &filterRun.steps.back();
+    step.program->use();
+    OmU32 unit = 0; // what is filtered has unit 0
+    for (const OmPictureTexture& picture : *step.pictures)
+      picture.bind(++unit);
+    for (OmU32 number = 0; number < step.passes; ++number)
+    {
+      // The last pass makes the result, which is of bytes. Those before take turns between the other two targets.
+      const bool isLastPass = number + 1 == step.passes;
+      const bool isLast = isLastStep && isLastPass;
+      const int target = isLast ? 0 : m_targets[1] && from == &m_targets[1]->picture ? 2 : 1;
+      const Pass pass = {number, target, !isLast && step.floats, !isLast, isLastPass && !isLast && !filterRun.hasAlpha};
+      OmString failure = makeTarget(pass, image.width(), image.height());
+      if (!failure.empty())
+        return failure;
+      draw(*step.program, pass, *from);
+      from = &m_targets[target]->picture;
+    }
+  }
+  return "";
 }
 
 OmString OmFilterPasses::makeTarget(const Pass& pass, OmU32 width, OmU32 height)
@@ -129,6 +146,12 @@ void OmFilterPasses::draw(const OmFilterProgram& program, const Pass& pass, cons
       glVertex2f(static_cast<float>(x.start), static_cast<float>(y.end));
     }
   glEnd();
+  if (!pass.opaque)
+    return;
+  glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
+  glClearColor(0.0F, 0.0F, 0.0F, 1.0F);
+  glClear(GL_COLOR_BUFFER_BIT);
+  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
 }
 
 /// Reads the bound framebuffer into an image of the right shape. Always as RGBA: drivers convert to three bytes a pixel

@@ -4,27 +4,36 @@
 #include "render/filter/omPictureTexture.h"
 #include "render/omFrameBufferObject.h"
 
+#include <list>
 #include <optional>
+#include <vector>
 
 class OmFilterProgram;
 
-/// How a filter runs over an image.
-struct OmFilterRun
+/// What one filter of a chain does. The other filters' steps may be before it and behind it.
+struct OmFilterStep
 {
-  OmU32 passes = 0;
-  bool floats = false; ///< 32-bit floats between the passes
-  OmU32 width = 0;     ///< of the result, in pixels
-  OmU32 height = 0;    ///< of the result, in pixels
+  const OmFilterProgram* program;
+  const std::list<OmPictureTexture>* pictures; ///< that the program reads, on the units from 1 on
+  OmU32 passes;
+  bool floats; ///< 32-bit floats between the passes, and for the next step
 };
 
-/// Uploads images, draws the passes of a program and reads the results. Textures, framebuffers and memory stay for the
+/// How a chain runs over an image.
+struct OmFilterRun
+{
+  std::vector<OmFilterStep> steps;
+  bool hasAlpha; ///< without alpha, each step reads 1
+};
+
+/// Uploads images, draws the passes of programs and reads the results. Textures, framebuffers and memory stay for the
 /// next image; only an image of another size has them made again. Belongs to one context.
 class OmFilterPasses
 {
 public:
-  /// Filters an image of 1 to 4 channels, top row first. The program is in use. Returns why that fails, with the result
-  /// unchanged; an empty text if it does not.
-  OmString run(const OmFilterProgram& program, const OmImage& image, const OmFilterRun& filterRun, OmImage& result);
+  /// Filters an image of 1 to 4 channels, top row first. Returns why that fails, with the result unchanged; an empty
+  /// text if it does not.
+  OmString run(const OmImage& image, const OmFilterRun& filterRun, OmImage& result);
 
   /// Why GL failed since the last call; an empty text if it did not.
   static OmString takeError();
@@ -33,10 +42,11 @@ private:
   /// What sets a pass apart from the others.
   struct Pass
   {
-    OmU32 number; ///< from 0
+    OmU32 number; ///< from 0, in its step
     int target;   ///< index in m_targets
     bool floats;  ///< makes floats, not bytes
     bool padding; ///< fills the storage behind the picture too: the next pass may read beyond the edge
+    bool opaque;  ///< makes alpha 1
   };
 
   struct Target
@@ -45,6 +55,7 @@ private:
     OmFrameBufferObject framebuffer;
   };
 
+  OmString drawAll(const OmImage& image, const OmFilterRun& filterRun);
   OmString makeTarget(const Pass& pass, OmU32 width, OmU32 height);
   void draw(const OmFilterProgram& program, const Pass& pass, const OmPictureTexture& from) const;
   OmString read(OmImage& result);

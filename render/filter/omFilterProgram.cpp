@@ -1,7 +1,7 @@
 #include "render/filter/omFilterProgram.h"
 
 #include "foundation/core/omPrint.h"
-#include "render/filter/omProgramInterface.h"
+#include "render/filter/omUniformType.h"
 #include "render/omGL.h"
 
 #include <algorithm>
@@ -15,6 +15,8 @@ namespace
 
 constexpr char NoReason[] = "the driver does not say why";
 constexpr const char* OwnUniforms[] = {"image", "imageSize", "texelSize", "pass", "direction"};
+/// Behind the name of a sampler.
+constexpr const char* PictureUniforms[] = {"Size", "TexelSize", "DomainMin", "DomainMax", "Entries"};
 
 OmString quoted(const OmString& text)
 {
@@ -81,32 +83,6 @@ GLhandleARB compiled(const OmString& source, GLenum type)
   return shader;
 }
 
-struct Setter
-{
-  std::size_t floats;
-  std::size_t integers;
-  void (*set)(int location, const OmUniformSetting& value);
-};
-
-constexpr Setter Setters[] = {
-    {1, 0, [](int location, const OmUniformSetting& value) { glUniform1fARB(location, value.floats[0]); }},
-    {2, 0,
-     [](int location, const OmUniformSetting& value) { glUniform2fARB(location, value.floats[0], value.floats[1]); }},
-    {3, 0,
-     [](int location, const OmUniformSetting& value)
-     { glUniform3fARB(location, value.floats[0], value.floats[1], value.floats[2]); }},
-    {0, 1, [](int location, const OmUniformSetting& value) { glUniform1iARB(location, value.integers[0]); }},
-    {0, 2,
-     [](int location, const OmUniformSetting& value)
-     { glUniform2iARB(location, value.integers[0], value.integers[1]); }},
-};
-
-void clearErrors()
-{
-  while (glGetError() != GL_NO_ERROR)
-    continue;
-}
-
 } // namespace
 
 OmFilterProgram::~OmFilterProgram()
@@ -171,7 +147,8 @@ OmString OmFilterProgram::link()
 
 OmString OmFilterProgram::findPictures()
 {
-  for (const OmActiveUniform& sampler : OmProgramInterface::activeUniforms(m_program))
+  m_uniforms = OmProgramInterface::activeUniforms(m_program);
+  for (const OmActiveUniform& sampler : m_uniforms)
   {
     if (!sampler.isSampler())
       continue;
@@ -195,36 +172,53 @@ int OmFilterProgram::location(const OmString& name) const
   return glGetUniformLocationARB(m_program, name.c_str());
 }
 
+/// Returns null for a uniform that the program does not have or use. "name" is also the first element of an array.
+const OmActiveUniform* OmFilterProgram::find(const OmString& name) const
+{
+  const auto found = std::find_if(m_uniforms.begin(), m_uniforms.end(),
+                                  [&](const OmActiveUniform& one) {
+                                    return (one.name == name || one.name == name + "[0]" || one.name + "[0]" == name) &&
+                                           location(name) != -1;
+                                  });
+  return found == m_uniforms.end() ? nullptr : &*found;
+}
+
 OmString OmFilterProgram::set(const OmUniformSetting& setting) const
 {
   if (std::find(std::begin(OwnUniforms), std::end(OwnUniforms), setting.name) != std::end(OwnUniforms))
     return "the filter sets the uniform " + quoted(setting.name) + " itself; leave it out";
-  const int place = location(setting.name);
-  if (place == -1)
-    return m_name + " has no uniform " + quoted(setting.name) + ", or makes no use of it";
-  return assign(place, setting);
+  if (const OmActiveUniform* const uniform = find(setting.name))
+    return assign(*uniform, setting);
+  return m_name + " has no uniform " + quoted(setting.name) + ", or makes no use of it; " + settingsText();
 }
 
 OmString OmFilterProgram::setDefault(const OmUniformSetting& setting) const
 {
-  const int place = location(setting.name);
-  return place == -1 ? "" : assign(place, setting);
+  const OmActiveUniform* const uniform = find(setting.name);
+  return uniform ? assign(*uniform, setting) : "";
 }
 
-OmString OmFilterProgram::assign(int place, const OmUniformSetting& setting) const
+OmString OmFilterProgram::assign(const OmActiveUniform& uniform, const OmUniformSetting& setting) const
 {
-  const std::size_t floats = setting.floats.size();
-  const std::size_t integers = setting.integers.size();
-  const auto setter = std::find_if(std::begin(Setters), std::end(Setters),
-                                   [&](const Setter& one) { return one.floats == floats && one.integers == integers; });
-  clearErrors();
-  if (setter != std::end(Setters))
-    setter->set(place, setting);
-  if (setter != std::end(Setters) && glGetError() == GL_NO_ERROR)
-    return "";
-  return "the uniform " + quoted(setting.name) + " of " + m_name + " is not made of " +
-         (integers ? std::to_string(integers) + " whole number" : std::to_string(floats) + " float") +
-         (floats + integers == 1 ? "" : "s");
+  const OmUniformType* const type = OmUniformType::find(uniform.type);
+  const OmString failure = type                  ? type->set(location(uniform.name), setting)
+                           : uniform.isSampler() ? "is a sampler, which reads a picture"
+                                                 : "has a type that takes no setting";
+  return failure.empty() ? "" : "the uniform " + quoted(setting.name) + " of " + m_name + ' ' + failure;
+}
+
+/// What set() takes, for a message: "it has tint (a vec3)". Of an array the first element alone.
+OmString OmFilterProgram::settingsText() const
+{
+  OmString text;
+  for (const OmUniformSetting& setting : settings())
+  {
+    const std::size_t bracket = setting.name.rfind('[');
+    if (bracket == OmString::npos || setting.name.compare(bracket, OmString::npos, "[0]") == 0)
+      text += (text.empty() ? "it has " : ", ") + setting.name + " (" +
+              OmUniformType::find(find(setting.name)->type)->text() + ')';
+  }
+  return text.empty() ? "it has no settings" : text;
 }
 
 /// Whether the uniform is one that the filter sets for each pass or for a picture.
@@ -232,16 +226,21 @@ bool OmFilterProgram::setsItself(const OmString& uniform) const
 {
   return std::find(std::begin(OwnUniforms), std::end(OwnUniforms), uniform) != std::end(OwnUniforms) ||
          std::any_of(m_pictures.begin(), m_pictures.end(),
-                     [&](const OmString& name) { return uniform == name + "Size" || uniform == name + "TexelSize"; });
+                     [&](const OmString& name)
+                     {
+                       return uniform.compare(0, name.size(), name) == 0 &&
+                              std::find(std::begin(PictureUniforms), std::end(PictureUniforms),
+                                        uniform.substr(name.size())) != std::end(PictureUniforms);
+                     });
 }
 
 std::vector<OmUniformSetting> OmFilterProgram::settings() const
 {
   std::vector<OmUniformSetting> settings;
-  for (const OmActiveUniform& uniform : OmProgramInterface::activeUniforms(m_program))
+  for (const OmActiveUniform& uniform : m_uniforms)
   {
     OmUniformSetting setting = OmProgramInterface::value(m_program, uniform);
-    if (!setsItself(uniform.name) && setting.floats.size() + setting.integers.size() > 0)
+    if (!setsItself(uniform.name) && setting.size() > 0)
       settings.push_back(std::move(setting));
   }
   std::sort(settings.begin(), settings.end(),
@@ -251,10 +250,22 @@ std::vector<OmUniformSetting> OmFilterProgram::settings() const
 
 OmString OmFilterProgram::setPicture(const OmString& name, int unit, const float* size, const float* texelSize) const
 {
-  OmString failure = set({name, {}, {unit}});
+  const OmActiveUniform* const sampler = find(name);
+  if (sampler && !sampler->isSampler())
+    return "the uniform " + quoted(name) + " of " + m_name + " is no sampler2D, and reads no picture";
+  if (!sampler)
+    return m_name + " has no sampler2D " + quoted(name) + ", or makes no use of it";
+  glUniform1iARB(location(name), unit);
   glUniform2fARB(location(name + "Size"), size[0], size[1]);
   glUniform2fARB(location(name + "TexelSize"), texelSize[0], texelSize[1]);
-  return failure;
+  return "";
+}
+
+void OmFilterProgram::setTable(const OmString& name, const OmTablePicture& table) const
+{
+  glUniform3fARB(location(name + "DomainMin"), table.domainMin.x, table.domainMin.y, table.domainMin.z);
+  glUniform3fARB(location(name + "DomainMax"), table.domainMax.x, table.domainMax.y, table.domainMax.z);
+  glUniform1iARB(location(name + "Entries"), table.entries);
 }
 
 void OmFilterProgram::setPass(OmU32 pass, const float* size, const float* texelSize) const

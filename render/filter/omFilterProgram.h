@@ -2,6 +2,8 @@
 #define OM_FILTER_PROGRAM_H
 
 #include "render/filter/omFilterShader.h"
+#include "render/filter/omProgramInterface.h"
+#include "render/filter/omTablePicture.h"
 #include "render/omShareGroup.h"
 
 #include <GL/gl.h>
@@ -33,8 +35,10 @@ public:
   /// The names of the samplers that the program reads besides `image`.
   const std::vector<OmString>& pictures() const { return m_pictures; }
   /// Sets the sampler `name` to a texture unit, and the uniforms of its picture: the size in pixels, the size of a
-  /// texel in texture coordinates. Fails if the program does not read it.
+  /// texel in texture coordinates. Fails if the program does not read it, and for a uniform that is no sampler.
   OmString setPicture(const OmString& name, int unit, const float* size, const float* texelSize) const;
+  /// Sets the uniforms for the colour table that the sampler `name` reads; an empty one if it reads a picture.
+  void setTable(const OmString& name, const OmTablePicture& table) const;
   /// Sets the uniforms for a pass, counted from 0, and for the picture `image` that it reads.
   void setPass(OmU32 pass, const float* size, const float* texelSize) const;
 
@@ -42,13 +46,16 @@ private:
   OmString compile(const OmFilterShader& shader, GLenum type);
   OmString link();
   OmString findPictures();
-  bool setsItself(const OmString& uniform) const;
   int location(const OmString& name) const;
-  OmString assign(int location, const OmUniformSetting& setting) const;
+  const OmActiveUniform* find(const OmString& name) const;
+  OmString assign(const OmActiveUniform& uniform, const OmUniformSetting& setting) const;
+  OmString settingsText() const;
+  bool setsItself(const OmString& uniform) const;
 
   OmShareGroup m_shareGroup; ///< where the program lives
   GLhandleARB m_program = 0;
   OmString m_name; ///< of the fragment shader
+  std::vector<OmActiveUniform> m_uniforms;
   std::vector<OmString> m_pictures;
   int m_image = -1;
   int m_imageSize = -1;

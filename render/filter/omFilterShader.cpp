@@ -64,7 +64,7 @@ OmString OmFilterShader::readComment()
     {
       const auto setting = OmUniformSetting::read(word);
       if (!setting)
-        return name + ": the default \"" + word + "\" is not like name=1.5 or name=i3";
+        return name + ": the default \"" + word + "\" is not like " + OmUniformSettingForms;
       defaults.push_back(*setting);
     }
   }

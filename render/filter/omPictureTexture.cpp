@@ -3,18 +3,19 @@
 #include "render/omGL.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace
 {
 
-OmTextureParameters parameters(GLenum filter)
+OmTextureParameters parameters()
 {
   OmTextureParameters result;
   result.setTextureType(GL_TEXTURE_2D);
   result.setWrapType(GL_CLAMP_TO_EDGE);
-  result.setMinFilterType(filter);
-  result.setMagFilterType(filter);
+  result.setMinFilterType(GL_NEAREST);
+  result.setMagFilterType(GL_NEAREST);
   return result;
 }
 
@@ -56,17 +57,41 @@ void OmPictureTexture::measure(OmU32 width, OmU32 height)
   m_texelSize[1] = 1.0f / static_cast<float>(m_storageHeight);
 }
 
-void OmPictureTexture::load(const OmImage& image, bool smooth)
+void OmPictureTexture::load(const OmImage& image)
 {
   measure(image.width(), image.height());
   m_texture.setUnit(0);
-  m_texture.loadFromImage(storage(image), parameters(smooth ? GL_LINEAR : GL_NEAREST));
+  m_texture.loadFromImage(storage(image), parameters());
+}
+
+void OmPictureTexture::load(const OmTablePicture& table)
+{
+  if (!OmGL::isSupported(OmGL::SupportFloatTexture))
+  {
+    OmImage bytes(4, table.width, table.height);
+    std::transform(table.pixels.begin(), table.pixels.end(), bytes.data(),
+                   [](float value) { return static_cast<OmU8>(std::lround(255.0f * std::clamp(value, 0.0f, 1.0f))); });
+    return load(bytes);
+  }
+  makeTarget(table.width, table.height, true);
+  m_texture.setUnit(0);
+  m_texture.bind();
+  std::vector<float> stored;
+  for (std::size_t y = 0; y < m_storageHeight; ++y)
+    for (std::size_t x = 0; x < m_storageWidth; ++x)
+    {
+      const std::size_t place =
+          std::min<std::size_t>(y, m_height - 1) * m_width + std::min<std::size_t>(x, m_width - 1);
+      stored.insert(stored.end(), &table.pixels[4 * place], &table.pixels[4 * place] + 4);
+    }
+  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_storageWidth), static_cast<GLsizei>(m_storageHeight),
+                  GL_RGBA, GL_FLOAT, stored.data());
 }
 
 void OmPictureTexture::makeTarget(OmU32 width, OmU32 height, bool floats)
 {
   measure(width, height);
-  OmTextureParameters target = parameters(GL_NEAREST);
+  OmTextureParameters target = parameters();
   target.setPixelFormat(OmTextureParameters::RGBA);
   target.setInternalFormat(floats ? OmTextureParameters::RGBA32F : OmTextureParameters::RGBA);
   m_texture.loadShell(m_storageWidth, m_storageHeight, target);

@@ -1,6 +1,7 @@
 #ifndef OM_PICTURE_TEXTURE_H
 #define OM_PICTURE_TEXTURE_H
 
+#include "render/filter/omTablePicture.h"
 #include "render/omTexture.h"
 
 /// A picture in a 2-D texture, so that one shader serves all cards.
@@ -13,8 +14,10 @@
 class OmPictureTexture
 {
 public:
-  /// Uploads a picture of 1 to 4 channels, top row first. With `smooth`, reads between the pixels interpolate.
-  void load(const OmImage& image, bool smooth);
+  /// Uploads a picture of 1 to 4 channels, top row first.
+  void load(const OmImage& image);
+  /// Uploads a colour table as 32-bit floats, or as bytes on a card without float textures.
+  void load(const OmTablePicture& table);
   /// Makes an empty picture of RGBA pixels to render into, of bytes or 32-bit floats.
   void makeTarget(OmU32 width, OmU32 height, bool floats);
   /// Binds the texture on a unit.

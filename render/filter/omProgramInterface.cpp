@@ -1,39 +1,16 @@
 #include "render/filter/omProgramInterface.h"
 
+#include "render/filter/omEntryPoint.h"
+#include "render/filter/omUniformType.h"
 #include "render/omGL.h"
-#include "render/window/omCurrentEGL.h"
 
 #include <algorithm>
 #include <iterator>
 #include <set>
 #include <sstream>
 
-#include <GL/glx.h>
-
 namespace
 {
-
-/// A function that OmGL does not load, for the current context.
-template <typename Function>
-Function entryPoint(const char* name)
-{
-  return reinterpret_cast<Function>(OmCurrentEGL::isCurrent()
-                                        ? OmCurrentEGL::resolve(name)
-                                        : glXGetProcAddressARB(reinterpret_cast<const GLubyte*>(name)));
-}
-
-/// The types of uniforms that OmImageFilter::set() takes values for.
-struct SettableType
-{
-  GLenum type;
-  std::size_t floats;
-  std::size_t integers;
-};
-
-constexpr SettableType SettableTypes[] = {
-    {GL_FLOAT, 1, 0}, {GL_FLOAT_VEC2_ARB, 2, 0}, {GL_FLOAT_VEC3_ARB, 3, 0}, {GL_INT, 0, 1},
-    {GL_BOOL, 0, 1},  {GL_INT_VEC2_ARB, 0, 2},   {GL_BOOL_VEC2_ARB, 0, 2},
-};
 
 /// "name[1]" for the name of an array, with which drivers may give the first element's "[0]".
 OmString elementName(const OmString& name, GLint element)
@@ -52,10 +29,10 @@ bool hasExtension(const OmString& name)
 /// aside.
 std::set<OmString> variables(const OmString& source, GLenum shaderType, GLenum interface)
 {
-  const auto createShaderProgram = entryPoint<PFNGLCREATESHADERPROGRAMVPROC>("glCreateShaderProgramv");
-  const auto getInterface = entryPoint<PFNGLGETPROGRAMINTERFACEIVPROC>("glGetProgramInterfaceiv");
-  const auto getName = entryPoint<PFNGLGETPROGRAMRESOURCENAMEPROC>("glGetProgramResourceName");
-  const auto deleteProgram = entryPoint<PFNGLDELETEPROGRAMPROC>("glDeleteProgram");
+  const auto createShaderProgram = omEntryPoint<PFNGLCREATESHADERPROGRAMVPROC>("glCreateShaderProgramv");
+  const auto getInterface = omEntryPoint<PFNGLGETPROGRAMINTERFACEIVPROC>("glGetProgramInterfaceiv");
+  const auto getName = omEntryPoint<PFNGLGETPROGRAMRESOURCENAMEPROC>("glGetProgramResourceName");
+  const auto deleteProgram = omEntryPoint<PFNGLDELETEPROGRAMPROC>("glDeleteProgram");
   const GLchar* const text = source.c_str();
   const GLuint program = createShaderProgram(shaderType, 1, &text);
   GLint count = 0;
@@ -91,7 +68,7 @@ bool OmActiveUniform::isSampler() const
 
 std::vector<OmActiveUniform> OmProgramInterface::activeUniforms(GLhandleARB program)
 {
-  const auto getActiveUniform = entryPoint<PFNGLGETACTIVEUNIFORMARBPROC>("glGetActiveUniformARB");
+  const auto getActiveUniform = omEntryPoint<PFNGLGETACTIVEUNIFORMARBPROC>("glGetActiveUniformARB");
   GLint count = 0;
   GLint longest = 0;
   glGetObjectParameterivARB(program, GL_OBJECT_ACTIVE_UNIFORMS_ARB, &count);
@@ -114,18 +91,11 @@ std::vector<OmActiveUniform> OmProgramInterface::activeUniforms(GLhandleARB prog
 OmUniformSetting OmProgramInterface::value(GLhandleARB program, const OmActiveUniform& uniform)
 {
   OmUniformSetting setting = {uniform.name, {}, {}};
-  const auto found = std::find_if(std::begin(SettableTypes), std::end(SettableTypes),
-                                  [&](const SettableType& one) { return one.type == uniform.type; });
+  const OmUniformType* const type = OmUniformType::find(uniform.type);
   const int location =
       glGetUniformLocationARB(program, uniform.name.c_str()); // -1 for GL's own, and in a uniform block
-  if (found == std::end(SettableTypes) || location == -1)
-    return setting;
-  setting.floats.resize(found->floats);
-  setting.integers.resize(found->integers);
-  if (found->floats != 0)
-    entryPoint<PFNGLGETUNIFORMFVARBPROC>("glGetUniformfvARB")(program, location, setting.floats.data());
-  else
-    entryPoint<PFNGLGETUNIFORMIVARBPROC>("glGetUniformivARB")(program, location, setting.integers.data());
+  if (type && location != -1)
+    type->get(program, location, setting);
   return setting;
 }
 

@@ -7,28 +7,51 @@
 namespace
 {
 
-/// Reads up to `most` numbers with commas between them and `prefix` in front of each. Returns none for any other text.
+constexpr std::size_t Most = 16; ///< those of a mat4
+
+/// Reads one value behind the prefix; nothing for any other text.
 template <typename Number>
-std::vector<Number> readNumbers(const OmString& text, std::size_t most, const OmString& prefix)
+std::optional<Number> readNumber(const OmString& text, const OmString& prefix)
 {
-  std::vector<Number> numbers;
+  Number number = {};
+  if (text.compare(0, prefix.size(), prefix) != 0)
+    return std::nullopt;
   const char* const end = text.data() + text.size();
-  for (std::size_t at = 0; numbers.size() < most; ++at)
+  const std::from_chars_result result = std::from_chars(text.data() + prefix.size(), end, number);
+  if (result.ec != std::errc() || result.ptr != end || !std::isfinite(static_cast<double>(number)))
+    return std::nullopt;
+  return number;
+}
+
+std::optional<int> readBoolean(const OmString& text)
+{
+  return text == "true" ? std::optional(1) : text == "false" ? std::optional(0) : std::nullopt;
+}
+
+/// Reads every text; nothing at all if one does not fit.
+template <typename Value, typename Read>
+std::vector<Value> readAll(const std::vector<OmString>& texts, const Read& read)
+{
+  std::vector<Value> values;
+  for (const OmString& text : texts)
   {
-    if (text.compare(at, prefix.size(), prefix) != 0)
+    const std::optional<Value> value = read(text);
+    if (!value)
       return {};
-    Number number = {};
-    const std::from_chars_result result = std::from_chars(text.data() + at + prefix.size(), end, number);
-    if (result.ec != std::errc() || !std::isfinite(static_cast<double>(number)))
-      return {};
-    numbers.push_back(number);
-    if (result.ptr == end)
-      return numbers;
-    if (*result.ptr != ',')
-      return {};
-    at = static_cast<std::size_t>(result.ptr - text.data());
+    values.push_back(*value);
   }
-  return {};
+  return values;
+}
+
+std::vector<OmString> split(const OmString& text)
+{
+  std::vector<OmString> parts(1);
+  for (const char character : text)
+    if (character == ',')
+      parts.emplace_back();
+    else
+      parts.back() += character;
+  return parts;
 }
 
 } // namespace
@@ -38,9 +61,18 @@ std::optional<OmUniformSetting> OmUniformSetting::read(const OmString& text)
   const std::size_t sign = text.find('=');
   if (sign == OmString::npos || sign == 0)
     return std::nullopt;
-  const OmString value = text.substr(sign + 1);
-  OmUniformSetting setting = {text.substr(0, sign), readNumbers<float>(value, 3, ""), readNumbers<int>(value, 2, "i")};
-  if (setting.floats.empty() && setting.integers.empty())
+  const std::vector<OmString> parts = split(text.substr(sign + 1));
+  const auto readInteger = [](const OmString& prefix)
+  { return [prefix](const OmString& part) { return readNumber<int>(part, prefix); }; };
+  OmUniformSetting setting = {
+      text.substr(0, sign),
+      readAll<float>(parts, [](const OmString& part) { return readNumber<float>(part, ""); }),
+      readAll<int>(parts, readInteger("")),
+      readAll<int>(parts, readBoolean),
+  };
+  if (setting.size() == 0)
+    setting.integers = readAll<int>(parts, readInteger("i"));
+  if (setting.size() == 0 || setting.size() > Most)
     return std::nullopt;
   return setting;
 }

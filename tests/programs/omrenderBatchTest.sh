@@ -53,7 +53,7 @@ batch 3 --memory 2M # few
 
 # With little memory the pictures go one after the other, so that the largest alone counts.
 for ((i = 0; i < 6; i++)); do
-  "$reference" noise 1 1 1 "flat$i.png" && "$omrender" filter --shader identity --size 4000x3000 --compression fast \
+  "$reference" noise 3 1 1 "flat$i.png" && "$omrender" filter --shader identity --size 4000x3000 --compression fast \
     "flat$i.png" --out "large$i.png" || wrong "large"
 done
 peak() { # in KiB

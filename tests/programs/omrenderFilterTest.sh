@@ -37,6 +37,11 @@ void main()
 echo 'uniform sampler2D image; uniform vec2 imageSize; uniform vec2 texelSize;
 void main() { gl_FragColor = texture2D(image, abs(imageSize * texelSize - gl_TexCoord[0].st)); }' >turn.frag
 
+echo 'uniform sampler2D image; uniform float by;
+void main() { vec4 c = texture2D(image, gl_TexCoord[0].st); gl_FragColor = vec4(c.gbr * c.a, c.a * by); }' >fade.frag
+echo 'uniform sampler2D image; uniform float by;
+void main() { gl_FragColor = by * texture2D(image, gl_TexCoord[0].st); }' >times.frag
+
 for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
   export MESA_EXTENSION_OVERRIDE=$lacking
   filters identity "" [1-4]-*.png chart.png "$fixtures/rgb.jpg"
@@ -64,6 +69,17 @@ for lacking in "" "-GL_ARB_texture_non_power_of_two"; do
   "$omrender" filter --shader identity --size 3x5 3-1-1.png --out large.png && [[ $("$omdemo" size large.png) == "3 5" ]] &&
     "$omdemo" compare large.png 3-1-1.png 0,0,1,1 >stdout && "$omdemo" compare large.png 3-1-1.png 2,4,1,1 >stdout ||
     wrong "--size: $(cat stdout)"
+  # A chain makes what its filters make one after another; this one changes alpha and reads it.
+  for picture in chart.png 3-37-23.png 4-5-3.png 1-3-2.png 2-7-5.png "$fixtures/rgb.jpg"; do
+    "$omrender" filter --shader blur --set radius=2 "$picture" --out 1.png &&
+      "$omrender" filter --shader fade --set by=0.4 1.png --out 2.png &&
+      "$omrender" filter --shader lut --texture lut=table.png 2.png --out 3.png &&
+      "$omrender" filter --shader fade --set by=0.7 --passes 2 3.png --out steps.png &&
+      "$omrender" filter --set radius=2 --shader blur --shader fade --set by=0.4 --shader lut --texture lut=table.png \
+        --shader fade --passes 2 --set by=0.7 "$picture" --out chain.png && cmp steps.png chain.png || wrong "a chain: $picture"
+  done
+  "$omrender" filter --shader times --set by=8 --shader times --set by=0.125 --float 3-37-23.png --out out.png &&
+    "$omdemo" compare 3-37-23.png out.png >stdout || wrong "floats in a chain: $(cat stdout)"
 done
 unset MESA_EXTENSION_OVERRIDE
 
@@ -83,6 +99,59 @@ END
 convert -size 40x40 xc:none -fill white -draw 'circle 20,20 20,8' shape.png
 "$omrender" filter --shader blur --set radius=6 shape.png --out out.png &&
   [[ $(convert out.png -background white -flatten -format '%[fx:minima >= 0.99]' info:) == 1 ]] || wrong "a dark rim"
+# Colour tables of .cube files, as Texture3 and ffmpeg look them up.
+cube() { # NAME DIMENSIONS SIZE MIN MAX ENDING: writes a table
+  python3 - "$@" <<'END'
+import math, sys
+name, dimensions, size, low, high, ending = sys.argv[1], *map(int, sys.argv[2:4]), *map(float, sys.argv[4:6]), sys.argv[6]
+lines = ['TITLE "%s"' % name, '# a table', 'LUT_%dD_SIZE %d' % (dimensions, size), '',
+         'DOMAIN_MIN %g %g %g' % (low, low, low), 'DOMAIN_MAX %g %g %g' % (high, high, high)]
+part = [i / (size - 1) for i in range(size)]
+row = lambda r, g, b: '%.6f %.6f %.6f' % (r ** .7 * .8 + .2 * g, (g + math.sin(9 * b) / 9) % 1, 1 - b * (1 - r / 2))
+lines += [row(i, i, i) for i in part] if dimensions == 1 else [row(r, g, b) for b in part for g in part for r in part]
+open(name, 'w', newline='').write(''.join(line + ending.encode().decode('unicode_escape') for line in lines))
+END
+}
+ffmpeg -nostdin -v error -f lavfi -i haldclutsrc=4 -frames:v 1 hald.png && "$reference" noise 3 300 200 noise.png ||
+  wrong "pictures for tables"
+while read -r dimensions size low high ending how; do
+  cube film.CUBE "$dimensions" "$size" "$low" "$high" "$ending"
+  for lacking in "" -GL_ARB_texture_non_power_of_two -GL_ARB_texture_float; do
+    for picture in hald.png noise.png; do
+      [[ ! $lacking || $picture == hald.png ]] || continue
+      MESA_EXTENSION_OVERRIDE=$lacking "$omrender" filter --shader lut --texture lut=film.CUBE $picture --out out.png 2>&1 &&
+        "$reference" cube $picture out.png film.CUBE >stdout || wrong "$dimensions $size $lacking $picture: $(cat stdout)"
+      [[ $picture$size != hald.png16 || $lacking || $(cat stdout) == "off by 0" ]] || wrong "a texel: $(cat stdout)"
+      [[ $how != none && ! $lacking ]] || continue
+      ffmpeg -nostdin -v error -y -i $picture -vf "format=gbrp,$how" -pix_fmt rgb24 expected.png &&
+        "$reference" near expected.png out.png out.png >stdout || wrong "$how of $size for $picture: $(cat stdout)"
+    done
+  done
+done <<'END'
+3 2 0 1 \n lut3d=film.CUBE:interp=trilinear
+3 16 0 1 \r\n lut3d=film.CUBE:interp=trilinear
+3 65 0 1 \n lut3d=film.CUBE:interp=trilinear
+3 33 0 2 \n lut3d=film.CUBE:interp=trilinear
+3 17 -0.5 1.25 \n none
+1 3 0 1 \n lut1d=film.CUBE:interp=linear
+1 1024 0 1 \r\n lut1d=film.CUBE:interp=linear
+1 65536 0 1 \n lut1d=film.CUBE:interp=linear
+1 700 0.25 0.75 \n none
+END
+# With floats, tables hold what bytes do not.
+printf 'LUT_1D_SIZE 2\n-1 0.001 3\n0 0 0\n' >wide.cube
+echo 'uniform sampler2D image, t; void main() {
+gl_FragColor = texture2D(image, gl_TexCoord[0].st) * 0.0 + texture2D(t, vec2(0.25, 0.5)) * vec4(-0.5, 400.0, 0.2, 1.0); }' >wide.frag
+while read -r lacking color; do
+  MESA_EXTENSION_OVERRIDE=$lacking "$omrender" filter --shader wide --texture t=wide.cube --format raw hald.png \
+    --size 1x1 --out - | od -An -tu1 | xargs >stdout
+  [[ $(cat stdout) == "$color" ]] || wrong "wide $lacking: $(cat stdout)"
+done <<'END'
+-GL_none 128 102 153
+-GL_ARB_texture_float 0 0 51
+END
+printf 'LUT_3D_SIZE 2\n0 0 x\n' >bad.cube
+refuses 1 'cannot read "bad.cube": line 2: "x" is no' filter --shader lut --texture lut=bad.cube chart.png --out out.png
 
 # $OM_SHADER_PATH goes before the program's own shaders.
 mkdir shaders
@@ -160,8 +229,8 @@ ln -s /proc/self/mem memory.frag # opens and cannot be read
 refuses 1 'cannot read "folder.frag": Is a directory' filter --shader folder chart.png "${o[@]}"
 refuses 1 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
 refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
-refuses 1 '"radios"' filter --shader blur --set radios=3 short.png "${o[@]}"
-refuses 1 '"radius"' filter --shader blur --set radius=1,2 short.png "${o[@]}"
+refuses 1 '"radios", or makes no use of it; it has radius (a float)' filter --shader blur --set radios=3 short.png "${o[@]}"
+refuses 1 'is a float, not 2 numbers' filter --shader blur --set radius=1,2 short.png "${o[@]}"
 refuses 1 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
 refuses 1 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
 refuses 1 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
@@ -186,8 +255,10 @@ refuses 1 "--size 99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[
 (trap '' XFSZ; ulimit -f 1; refuses 1 "File too large" filter --shader blur chart.png "${o[@]}"; exit "$failures") || failures=1
 MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" filter --shader blur --float chart.png "${o[@]}"
 MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" filter --shader blur chart.png "${o[@]}"
+refuses 1 '"fade.frag" has no uniform "radius"' filter --shader blur --shader fade --set radius=2 chart.png "${o[@]}"
+refuses 2 "twice for one" filter --shader blur --passes 2 --passes 3 chart.png "${o[@]}"
 refuses 2 "--out" filter --shader blur chart.png table.png "${o[@]}"
-for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,2,3,4" "--set radius=3x" "--passes 0" "--size 0x3" \
+for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,,2" "--set radius=3x" "--passes 0" "--size 0x3" \
   "--texture lut" "--unknown"; do
   # shellcheck disable=SC2086
   refuses 2 "${option%% *}" filter --shader blur chart.png "${o[@]}" $option

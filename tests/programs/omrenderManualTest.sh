@@ -36,7 +36,9 @@ done
 
 # Each example, without waiting for anybody, with every picture that one of them names.
 "$omdemo" chart chart.png || wrong "chart"
-mkdir examples pictures
+mkdir -p examples pictures/photos
+cp chart.png pictures/photos
+printf 'LUT_1D_SIZE 2\n0 0 0\n1 0.9 0.8\n' >pictures/film.cube
 awk '/^\.Sh / { inside = $2 == "EXAMPLES" } inside && /^\.Ed/ { block = 0 } block { print >("examples/" count) }
   inside && /^\.Bd/ { block = 1; ++count }' manual
 [[ $(ls examples | wc -l) -ge 8 ]] || wrong "examples: found $(ls examples)"
@@ -75,7 +77,7 @@ completes() {
 mkdir completion "completion/my shots"
 cd completion || exit 1
 cp ../chart.png "my picture.PNG"
-touch my.txt my.vert
+touch my.txt my.vert my.cube
 completes "$(sort <<<"$commands")" ""
 completes show s
 completes --fullscreen show a.png --fu
@@ -85,7 +87,7 @@ completes --watch show --shader edges --wa
 completes $'egl\nqt\nx11' show --backend =
 completes "$({ "$omrender" filter --list | grep -v '^ '; echo "my shots"; } | sort)" filter --shader ""
 completes $'my picture.PNG\nmy shots' show --fullscreen m
-completes $'my picture.PNG\nmy shots' filter --texture lut = my
+completes $'my picture.PNG\nmy shots\nmy.cube' filter --texture lut = my
 completes $'my shots\nmy.vert' filter --vertex my
 completes "my shots" filter --out-dir m
 completes "" filter --set radius =

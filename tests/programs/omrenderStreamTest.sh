@@ -117,7 +117,7 @@ done
 refuses 2 "no other FILE" filter --shader identity - chart.png --out-dir out <ppm
 refuses 2 "--out-dir" filter --shader identity - --out-dir out <ppm
 refuses 2 "--raw" filter --shader identity chart.png --raw 1x1:rgba --out out.png
-refuses 2 "--format" filter --shader identity chart.png --format ppm --out out.png
+refuses 2 "--quality" filter --shader identity chart.png --quality 90 --out -
 for raw in 162x90 162x90:bgra 0x3:rgba 162x90: :rgba; do
   refuses 2 "--raw" filter --shader identity --raw $raw - --out - <rgba
 done

@@ -67,8 +67,11 @@ for seconds in -1 nan inf 1e7 1e999 2x "" " 1"; do
 done
 for file in - x.jpg x.tiff ""; do
   refuses 2 '--capture: takes' show chart.png --seconds 60 --capture "$file"
-  [[ $file == - ]] || refuses 2 '--out: takes' filter --shader blur chart.png --out "$file"
 done
+for file in x.gif x.tiff; do
+  refuses 2 '--out: has no suffix of a format that is written (.png .jpg' filter --shader blur chart.png --out $file
+done
+refuses 2 '--out: takes' filter --shader blur chart.png --out ""
 refuses 2 "--unknown" show --unknown
 refuses 2 "FILE" show
 refuses 2 "unknown" unknown

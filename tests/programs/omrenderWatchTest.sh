@@ -121,6 +121,26 @@ everything() {
   [[ ! -s stderr ]] || wrong "$backend: said $(cat stderr)"
 }
 
+# Two shaders one after another, of which either may change.
+chains() {
+  look 'gain * tint + 0.1 * float(count)' >look.frag
+  echo 'uniform sampler2D image; uniform float gain;
+    void main() { gl_FragColor = vec4(1.0, 1.0, gain, 1.0) - texture2D(image, gl_TexCoord[0].st).brga; }' >turn.frag
+  local options=(--shader look.frag --set gain=0.75 --shader turn.frag --set gain=0.5)
+  starts "${options[@]}" --watch
+  becomes "a chain" "${options[@]}"
+  eventually "$backend: the title of a chain" titled "look+turn - 1:count=0"
+  sed -i 's/brga/gbra/' turn.frag
+  becomes "the second shader of a chain" "${options[@]}"
+  xdotool key shift+Tab Up
+  eventually "$backend: a setting of the second shader" titled "look+turn - 2:gain=0.55"
+  xdotool key s p
+  eventually "$backend: s and p print two lines" printed 2
+  sameBytes "s with a chain" chart-look+turn.png --shader look.frag --set gain=0.75 --shader turn.frag --set gain=0.55
+  sh -c "$(tail -n 1 stdout)" && cmp chart-look+turn.png chart-look+turn-2.png || wrong "$backend: p printed $(cat stdout)"
+  ends
+}
+
 # A shader that moves: the colour is the number of the picture, and has the seconds in blue.
 moves() {
   echo 'uniform float time; uniform int frame;
@@ -146,7 +166,7 @@ convert negative.png -crop 300x200+20+30 +repage negative.png
 backends="x11 qt"
 [[ $(omrender show --backend qt good.png --seconds 0 2>&1) != *"without Qt"* ]] || backends=x11
 for backend in $backends; do
-  for part in watches everything moves; do
+  for part in watches everything chains moves; do
     rm -f ./*.frag chart*
     cp good.png chart.png
     "$part"

@@ -1,5 +1,6 @@
 #include "tools/omrender/infoCommand.h"
 
+#include "image/omImageReaderWriter.h"
 #include "render/omGL.h"
 #include "render/omSimpleWindow.h"
 #include "render/omWindowImplEGL.h"
@@ -100,6 +101,13 @@ Place placeOf(const OmWindow& window)
   return {{}, std::to_string(device.number), device.driver};
 }
 
+OmString formatText(const OmImageReaderWriter::FormatSupport& format)
+{
+  if (!format.isRead)
+    return "not built in";
+  return format.isWritten ? "read and written" : "read";
+}
+
 void printText(const GLInformation& gl, const Place& place)
 {
   std::cout << std::left << std::setw(28) << "opened on"
@@ -113,6 +121,9 @@ void printText(const GLInformation& gl, const Place& place)
               << '\n';
   for (const Capability& capability : Capabilities)
     std::cout << std::setw(28) << capability.name << (isSet(gl, capability) ? "yes" : "no") << '\n';
+  for (const OmImageReaderWriter::FormatSupport& format : OmImageReaderWriter::formats())
+    if (!format.suffixes.empty()) // raw pixels have no files
+      std::cout << std::setw(28) << format.name + " pictures" << formatText(format) << '\n';
 }
 
 void printJson(const GLInformation& gl, const Place& place)
@@ -138,6 +149,15 @@ void printJson(const GLInformation& gl, const Place& place)
     std::cout << separator << "\n    \"" << capability.name << "\": " << (isSet(gl, capability) ? "true" : "false");
     separator = ",";
   }
+  separator = "";
+  std::cout << "\n  },\n  \"formats\": {";
+  for (const OmImageReaderWriter::FormatSupport& format : OmImageReaderWriter::formats())
+    if (!format.suffixes.empty())
+    {
+      std::cout << separator << "\n    \"" << format.name << "\": {\"read\": " << (format.isRead ? "true" : "false")
+                << ", \"written\": " << (format.isWritten ? "true" : "false") << "}";
+      separator = ",";
+    }
   std::cout << "\n  }\n}\n";
 }
 

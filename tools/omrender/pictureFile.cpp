@@ -43,10 +43,11 @@ PictureFile readHeader(const OmString& file, LibraryLog& log)
   return picture;
 }
 
-OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags)
+OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags, OmImageMetadata* metadata)
 {
   OmImage image;
-  check(OmImageReaderWriter::read(image, file, flags), "read", file, log);
+  OmImageMetadata ignored;
+  check(OmImageReaderWriter::read(image, file, flags, metadata != nullptr ? *metadata : ignored), "read", file, log);
   return image;
 }
 

@@ -21,8 +21,9 @@ struct PictureFile
 /// Reads the header of a picture. Throws a Failure when the file is no picture.
 PictureFile readHeader(const OmString& file, LibraryLog& log);
 
-/// Reads a picture, with flags of OmImageReaderWriter. Throws a Failure when that fails.
-OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags = 0);
+/// Reads a picture, with flags of OmImageReaderWriter, and its metadata if they are asked for. Throws a Failure when
+/// that fails.
+OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags = 0, OmImageMetadata* metadata = nullptr);
 
 /// Writes a picture, by default as PNG. A signal meanwhile ends the program when that is done. Throws a Failure when it
 /// fails; whoever reports that calls endIfSignalled().

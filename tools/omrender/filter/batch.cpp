@@ -20,17 +20,6 @@ constexpr std::size_t ReadAhead = 2;
 /// For each job, at most this many pictures are under way, those that wait for a slow one before them included.
 constexpr std::size_t UnderWay = 16;
 
-/// The most that a picture takes from reading to writing, in bytes: its pixels, and beside them what a progressive JPEG
-/// is collected in, or the result's pixels, their filtered rows and the compressed form of those.
-std::uint64_t memoryFor(const PictureInput& input, const std::optional<std::pair<OmU32, OmU32>>& resultSize)
-{
-  const PictureFile& header = input.header();
-  const auto [width, height] = resultSize.value_or(std::make_pair(header.width, header.height));
-  const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
-  const std::uint64_t resultPixels = std::uint64_t{width} * height;
-  return input.byteSize() + 4 * pixels + std::max(6 * pixels, (4 + 4 + 4) * resultPixels);
-}
-
 } // namespace
 
 Batch::Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink, const BatchSettings& settings)
@@ -103,7 +92,11 @@ bool Batch::filterNext(Lock& lock)
       std::find_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Read; });
   if (next == m_items.end() || next->state != State::Read)
     return false;
-  const auto filter = [this](Item& item) { m_pipeline.run(item.image, item.input->header().file, item.image); };
+  const auto filter = [this](Item& item)
+  {
+    const PictureFile& header = item.input->header();
+    m_pipeline.run(item.image, header.file, !header.hasAlpha(), item.image);
+  };
   perform(*next, State::Filtering, State::Filtered, lock, filter);
   return true;
 }
@@ -119,7 +112,18 @@ bool Batch::mayTake() const
 
 bool Batch::mayRead(const Item& item) const
 {
-  return m_memory == 0 || m_memory + memoryFor(*item.input, m_settings.resultSize) <= m_settings.memory;
+  return m_memory == 0 || m_memory + memoryFor(*item.input) <= m_settings.memory;
+}
+
+/// The most that a picture takes from reading to writing, in bytes: its pixels, and beside them what a progressive JPEG
+/// is collected in or libwebp decodes to, or the result's pixels and what its encoder takes for each of them.
+std::uint64_t Batch::memoryFor(const PictureInput& input) const
+{
+  const PictureFile& header = input.header();
+  const auto [width, height] = m_pipeline.resultSize(header);
+  const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
+  const std::uint64_t resultPixels = std::uint64_t{width} * height;
+  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + m_settings.encodingMemory) * resultPixels);
 }
 
 /// Returns the first picture in that state, or null.
@@ -152,9 +156,14 @@ void Batch::take(Lock& lock)
 
 void Batch::read(Item& item, Lock& lock)
 {
-  item.memory = memoryFor(*item.input, m_settings.resultSize);
+  item.memory = memoryFor(*item.input);
   m_memory += item.memory;
-  perform(item, State::Reading, State::Read, lock, [](Item& read) { read.image = read.input->read(); });
+  const auto readPicture = [this](Item& read)
+  {
+    read.image = read.input->read();
+    m_pipeline.scale(read.image, read.input->header());
+  };
+  perform(item, State::Reading, State::Read, lock, readPicture);
 }
 
 void Batch::encode(Item& item, Lock& lock)

@@ -9,20 +9,18 @@
 #include <list>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <thread>
-#include <utility>
 #include <vector>
 
 class FilterPipeline;
 
 struct BatchSettings
 {
-  int jobs;                                          ///< pictures that are read or written at the same time
-  std::uint64_t memory;                              ///< in bytes, for the pictures that are under way
-  std::size_t total;                                 ///< pictures, for the progress bar; 0 if that is not known
-  bool endsAtFailure;                                ///< the first failure ends the program
-  std::optional<std::pair<OmU32, OmU32>> resultSize; ///< in pixels; that of the picture by default
+  int jobs;                     ///< pictures that are read or written at the same time
+  std::uint64_t memory;         ///< in bytes, for the pictures that are under way
+  std::size_t total;            ///< pictures, for the progress bar; 0 if that is not known
+  bool endsAtFailure;           ///< the first failure ends the program
+  std::uint64_t encodingMemory; ///< for each pixel of a result while it is written, in bytes
 };
 
 /// Takes pictures through the filter: as many threads as there are jobs read and write them, and the caller's thread,
@@ -76,6 +74,7 @@ private:
   bool isOver() const { return m_isEnded && m_items.empty(); }
   bool mayTake() const;
   bool mayRead(const Item& item) const;
+  std::uint64_t memoryFor(const PictureInput& input) const;
   Item* find(State state);
   void take(Lock& lock);
   void read(Item& item, Lock& lock);

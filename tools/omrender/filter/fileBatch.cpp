@@ -8,7 +8,7 @@ class FileInput : public PictureInput
 public:
   FileInput(const OmString& file, LibraryLog& log) : PictureInput(readHeader(file, log)), m_log(log) {}
 
-  OmImage read() override { return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha); }
+  OmImage read() override { return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha, &m_metadata); }
 
 private:
   LibraryLog& m_log;
@@ -25,9 +25,6 @@ std::unique_ptr<PictureInput> FileSource::next()
 
 std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const OmImage& result)
 {
-  OmImageReaderWriter::WriteSettings settings;
-  settings.compression = m_compression;
-  settings.withoutAlpha = !input.header().hasAlpha();
-  writePicture(result, m_files[number], m_log, settings);
+  writePicture(result, m_files[number], m_log, writeSettings(m_options, m_files[number], input));
   return {};
 }

@@ -1,6 +1,7 @@
 #ifndef OM_TOOLS_FILE_BATCH_H
 #define OM_TOOLS_FILE_BATCH_H
 
+#include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/pictureSource.h"
 
 class LibraryLog;
@@ -9,12 +10,13 @@ class LibraryLog;
 class FileSource : public PictureSource
 {
 public:
-  FileSource(std::vector<OmString> files, LibraryLog& log) : m_files(std::move(files)), m_log(log) {}
+  /// Keeps a reference to the list.
+  FileSource(const std::vector<OmString>& files, LibraryLog& log) : m_files(files), m_log(log) {}
 
   std::unique_ptr<PictureInput> next() override;
 
 private:
-  const std::vector<OmString> m_files;
+  const std::vector<OmString>& m_files;
   LibraryLog& m_log;
   std::size_t m_next = 0;
 };
@@ -23,9 +25,9 @@ private:
 class FileSink : public PictureSink
 {
 public:
-  /// `files` has a file for each picture.
-  FileSink(std::vector<OmString> files, OmImageReaderWriter::Compression compression, LibraryLog& log)
-      : m_files(std::move(files)), m_compression(compression), m_log(log)
+  /// `files` has a file for each picture. Keeps a reference to the list.
+  FileSink(const std::vector<OmString>& files, const OutputOptions& options, LibraryLog& log)
+      : m_files(files), m_options(options), m_log(log)
   {
   }
 
@@ -33,8 +35,8 @@ public:
   void deliver(const std::vector<OmU8>&, OmU32, OmU32) override {}
 
 private:
-  const std::vector<OmString> m_files;
-  const OmImageReaderWriter::Compression m_compression;
+  const std::vector<OmString>& m_files;
+  const OutputOptions m_options;
   LibraryLog& m_log;
 };
 

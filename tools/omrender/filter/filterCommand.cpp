@@ -4,6 +4,8 @@
 #include "tools/omrender/filter/batch.h"
 #include "tools/omrender/filter/fileBatch.h"
 #include "tools/omrender/filter/filterOptions.h"
+#include "tools/omrender/filter/outputOptions.h"
+#include "tools/omrender/filter/outputPlan.h"
 #include "tools/omrender/filter/shaderFile.h"
 #include "tools/omrender/filter/streamBatch.h"
 #include "tools/omrender/libraryLog.h"
@@ -13,12 +15,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <vector>
 
 #include <malloc.h>
@@ -34,17 +34,14 @@ struct FilterOptions
 {
   std::vector<OmString> files;
   FilterSettings filter;
-  OmString out; ///< either this or the directory is empty
-  OmString outDirectory;
+  OutputPlaces places;
   std::optional<int> jobs;             ///< as many as there are processors by default
   std::optional<std::uint64_t> memory; ///< in bytes; a quarter of what there is by default
   std::optional<RawFrames> raw;
-  std::optional<OmImageReaderWriter::Format> format; ///< of a stream of results
-  OmImageReaderWriter::Compression compression = OmImageReaderWriter::Default;
+  OutputOptions output;
   bool list = false;
 
   bool readsStream() const { return files == std::vector<OmString>{StandardStream}; }
-  bool writesStream() const { return out == StandardStream; }
 };
 
 constexpr int MostJobs = 1024;
@@ -62,7 +59,8 @@ constexpr char Footer[] = "A shader reads the picture by texture2D(image, gl_Tex
                           "for values that --set replaces, '// default: radius=3'.\n"
                           "\n"
                           "Grey pictures are read as RGB with equal channels, and alpha as 1 where there is\n"
-                          "none. The result is 8-bit RGBA where the picture has alpha, else RGB.\n"
+                          "none. The result is 8-bit RGBA where the picture has alpha, else RGB; or grey,\n"
+                          "where the picture is grey and the result's channels are equal everywhere.\n"
                           "\n"
                           "With - as FILE standard input has PNG, PPM or PAM pictures one after another, or\n"
                           "raw frames (--raw); their results go to --out - as they come.\n"
@@ -74,7 +72,9 @@ constexpr char Footer[] = "A shader reads the picture by texture2D(image, gl_Tex
                           "  omrender filter --list\n"
                           "  omrender filter --shader edges photo.jpg --out edges.png\n"
                           "  omrender filter --shader blur --set radius=3.5 --out-dir out *.jpg\n"
-                          "  omrender filter --shader lut --texture lut=table.png photo.jpg --out film.png\n"
+                          "  omrender filter --shader sharpen --recursive --out-dir sharp photos\n"
+                          "  omrender filter --shader blur --shader edges photo.jpg --out smooth.png\n"
+                          "  omrender filter --shader lut --texture lut=film.cube photo.jpg --out film.png\n"
                           "  omrender filter --device cuda:1 --shader ./my.frag photo.jpg --out my.png\n"
                           "  ffmpeg -i in.mp4 -f image2pipe -c:v ppm - |\n"
                           "    omrender filter --shader edges - --out - |\n"
@@ -84,15 +84,14 @@ constexpr char Footer[] = "A shader reads the picture by texture2D(image, gl_Tex
 void checkStreams(const FilterOptions& options)
 {
   const bool reads = options.readsStream();
-  const bool writes = options.writesStream();
+  const bool writes = options.places.writesStream();
   if (!reads && std::count(options.files.begin(), options.files.end(), StandardStream) > 0)
     throw CLI::ValidationError("FILE", "- is standard input; give no other FILE with it");
-  if (reads && !options.outDirectory.empty())
-    throw CLI::ValidationError("--out-dir", "takes files; give --out - for what comes from standard input");
+  if (reads && options.places.file.empty())
+    throw CLI::ValidationError("--out-dir",
+                               "takes files, and so does --suffix; give --out - for what comes from standard input");
   if (!reads && options.raw)
     throw CLI::ValidationError("--raw", "says what standard input has; give - as FILE");
-  if (!writes && options.format)
-    throw CLI::ValidationError("--format", "is for --out -; files are always PNG");
   if (reads && ::isatty(STDIN_FILENO) == 1)
     throw CLI::ValidationError("FILE", "- is standard input, which is a terminal; send pictures into it by a pipe");
   if (writes && ::isatty(STDOUT_FILENO) == 1)
@@ -101,80 +100,13 @@ void checkStreams(const FilterOptions& options)
 
 void checkOptions(const FilterOptions& options)
 {
-  if (options.filter.shader.empty())
+  if (!options.filter.hasShader())
     throw CLI::RequiredError("--shader");
   if (options.files.empty())
     throw CLI::RequiredError("FILE");
-  if (options.out.empty() == options.outDirectory.empty())
-    throw CLI::ValidationError("--out", "takes the file to write, or --out-dir a directory: give one of them");
-  if (!options.out.empty() && options.files.size() > 1)
-    throw CLI::ValidationError("--out", "takes one picture; give --out-dir for more");
+  checkPlaceOptions(options.places, options.files);
   checkStreams(options);
-}
-
-/// The files that a run reads.
-std::vector<OmString> inputs(const FilterOptions& options)
-{
-  std::vector<OmString> files = options.readsStream() ? std::vector<OmString>{"/dev/stdin"} : options.files;
-  const std::vector<OmString> more = filterFiles(options.filter);
-  files.insert(files.end(), more.begin(), more.end());
-  return files;
-}
-
-/// Throws if two pictures would be written to the same file.
-void checkDistinct(const std::vector<OmString>& files, const std::vector<OmString>& outputs)
-{
-  std::map<OmString, OmString> inputs;
-  for (std::size_t i = 0; i < files.size(); ++i)
-  {
-    const auto [other, isNew] = inputs.emplace(outputs[i], files[i]);
-    if (!isNew)
-      throw Failure(::quoted(other->second) + " and " + quoted(files[i]) + " would both be written to " +
-                    quoted(outputs[i]) + "; filter them in separate runs");
-  }
-}
-
-/// Throws when the file or directory for the outputs cannot be written. Writes nothing.
-void checkPlace(const FilterOptions& options)
-{
-  const std::filesystem::path directory(options.outDirectory);
-  std::error_code error;
-  if (!options.out.empty())
-    checkTarget(options.out);
-  else if (std::filesystem::exists(directory, error))
-    checkTarget((directory / ".png").string());
-  else // it is made later
-    checkTarget((directory.has_filename() ? directory : directory.parent_path()).string());
-}
-
-OmString outputOf(const OmString& picture, const FilterOptions& options)
-{
-  if (!options.out.empty())
-    return options.out;
-  std::filesystem::path name = std::filesystem::path(picture).filename();
-  return (options.outDirectory / name.replace_extension(".png")).string();
-}
-
-/// Returns the file for each picture. Throws for one that cannot be written, before anything is.
-std::vector<OmString> planOutputs(const FilterOptions& options)
-{
-  std::vector<OmString> outputs;
-  if (options.writesStream())
-    return outputs;
-  for (const OmString& picture : options.files)
-    outputs.push_back(outputOf(picture, options));
-  checkDistinct(options.files, outputs);
-  checkNotRead(outputs, inputs(options));
-  checkPlace(options);
-  return outputs;
-}
-
-void makeDirectory(const OmString& directory)
-{
-  std::error_code error;
-  std::filesystem::create_directory(directory, error);
-  if (error)
-    throw Failure("cannot make the directory " + quoted(directory) + ": " + error.message());
+  checkOutputOptions(options.output, options.places.file);
 }
 
 /// Keeps the memory of a picture for the next one. By default glibc gives large blocks back to the system, which then
@@ -185,21 +117,28 @@ void keepFreedMemory()
   ::mallopt(M_TRIM_THRESHOLD, 1 << 30);
 }
 
-std::unique_ptr<PictureSource> makeSource(const FilterOptions& options, FilterPipeline& pipeline, LibraryLog& log)
+OutputPlan makePlan(const FilterOptions& options)
+{
+  const std::vector<OmString> files = options.readsStream() ? std::vector<OmString>{"/dev/stdin"} : options.files;
+  return {files, options.places, options.output, filterFiles(options.filter)};
+}
+
+/// The source and the sink keep references to the plan.
+std::unique_ptr<PictureSource> makeSource(const FilterOptions& options, const OutputPlan& plan,
+                                          FilterPipeline& pipeline, LibraryLog& log)
 {
   if (options.raw)
     pipeline.checkPicture({"standard input", options.raw->width, options.raw->height, options.raw->channels});
   if (options.readsStream())
-    return std::make_unique<StreamSource>(options.raw, !options.writesStream(), pipeline.largestSide(), log);
-  return std::make_unique<FileSource>(options.files, log);
+    return std::make_unique<StreamSource>(options.raw, !options.places.writesStream(), pipeline.largestSide(), log);
+  return std::make_unique<FileSource>(plan.pictures(), log);
 }
 
-std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, const std::vector<OmString>& outputs,
-                                      LibraryLog& log)
+std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, const OutputPlan& plan, LibraryLog& log)
 {
-  if (options.writesStream())
-    return std::make_unique<StreamSink>(options.format, options.compression, log);
-  return std::make_unique<FileSink>(outputs, options.compression, log);
+  if (options.places.writesStream())
+    return std::make_unique<StreamSink>(options.output, log);
+  return std::make_unique<FileSink>(plan.results(), options.output, log);
 }
 
 void filter(const FilterOptions& options, LibraryLog& log)
@@ -211,20 +150,24 @@ void filter(const FilterOptions& options, LibraryLog& log)
     return;
   }
   checkOptions(options);
-  const std::vector<OmString> outputs = planOutputs(options);
+  const OutputPlan plan = makePlan(options);
   const int jobs = options.jobs.value_or(std::min(usableProcessors(), MostJobs));
   setDrawingThreads();
   keepFreedMemory();
   FilterPipeline pipeline(options.filter, log);
   printWarnings(log);
-  if (!options.outDirectory.empty())
-    makeDirectory(options.outDirectory);
-  const std::unique_ptr<PictureSource> source = makeSource(options, pipeline, log);
-  const std::unique_ptr<PictureSink> sink = makeSink(options, outputs, log);
-  const bool isStream = options.readsStream() || options.writesStream();
+  plan.makeDirectories();
+  const std::unique_ptr<PictureSource> source = makeSource(options, plan, pipeline, log);
+  const std::unique_ptr<PictureSink> sink = makeSink(options, plan, log);
+  const bool isStream = options.readsStream() || options.places.writesStream();
   const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4),
-                                  isStream ? 0 : options.files.size(), isStream, options.filter.size};
-  if (!Batch(*source, pipeline, *sink, settings).run())
+                                  isStream ? 0 : plan.pictures().size(), isStream,
+                                  encodingMemory(options.output, options.places.file)};
+  const bool isGood = Batch(*source, pipeline, *sink, settings).run();
+  if (options.places.skipExisting)
+    std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.pictures().size()
+              << " pictures, whose results exist\n";
+  if (!isGood)
     throw CLI::RuntimeError(1);
 }
 
@@ -240,46 +183,23 @@ std::optional<RawFrames> readRawFrames(const OmString& text)
   return RawFrames{found->second, size->first, size->second};
 }
 
-/// A reader of words that each stand for a value.
-template <typename Value>
-auto wordReader(const std::map<OmString, Value>& words)
-{
-  return [words](const OmString& text)
-  {
-    const auto found = words.find(text);
-    return found == words.end() ? std::nullopt : std::optional(found->second);
-  };
-}
-
 } // namespace
 
 void addFilterCommand(CLI::App& program, LibraryLog& log)
 {
   CLI::App* const command = program.add_subcommand("filter", "Run a fragment shader over picture files");
   const auto options = std::make_shared<FilterOptions>();
-  command->add_option("FILE", options->files, "PNG, JPEG, PPM or PAM files, or - for a stream of pictures (no JPEG)")
+  command
+      ->add_option("FILE", options->files,
+                   "PNG, JPEG, WebP, TIFF, PPM or PAM files, directories with --recursive, or - for a stream of PNG, "
+                   "PPM or PAM pictures")
       ->type_name("");
   addFilterOptions(*command, options->filter);
-  const auto readOut = [](const OmString& text)
-  { return text == StandardStream ? std::optional(text) : readPngName(text); };
-  addParsedOption(*command, "--out", "OUT.png", options->out, readOut, PngNameForm + OmString(", or -"),
-                  "Write the result as PNG, or with - to standard output; takes one FILE");
-  command->add_option("--out-dir", options->outDirectory, "Write the results here under the files' names, as .png")
-      ->type_name("DIR");
+  addPlaceOptions(*command, options->places);
   addParsedOption(*command, "--raw", "WxH:FORMAT", options->raw, readRawFrames,
                   "WxH:FORMAT with a size and one of rgb24, rgba and gray",
                   "Standard input has raw frames of this size in pixels and this format: rgb24, rgba or gray");
-  addParsedOption(*command, "--format", "png|ppm|pam|raw", options->format,
-                  wordReader<OmImageReaderWriter::Format>({{"png", OmImageReaderWriter::PNG},
-                                                           {"ppm", OmImageReaderWriter::PPM},
-                                                           {"pam", OmImageReaderWriter::PAM},
-                                                           {"raw", OmImageReaderWriter::Raw}}),
-                  "png, ppm, pam or raw", "What standard output gets (what standard input has; PNG for a file)");
-  addParsedOption(*command, "--compression", "fast|default|small", options->compression,
-                  wordReader<OmImageReaderWriter::Compression>({{"fast", OmImageReaderWriter::Fast},
-                                                                {"default", OmImageReaderWriter::Default},
-                                                                {"small", OmImageReaderWriter::Small}}),
-                  "fast, default or small", "How PNG is compressed");
+  addOutputOptions(*command, options->output);
   addParsedOption(
       *command, "--jobs", "N", options->jobs, [](const OmString& text) { return readCount(text, MostJobs); },
       "a number from 1 to " + std::to_string(MostJobs),

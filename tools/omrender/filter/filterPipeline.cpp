@@ -6,6 +6,10 @@
 #include "tools/omrender/libraryLog.h"
 
 #include <algorithm>
+#include <filesystem>
+
+#include <cstdint>
+#include <strings.h>
 
 namespace
 {
@@ -39,7 +43,7 @@ FilterPipeline::FilterPipeline(const FilterSettings& settings, LibraryLog& log) 
   m_gl = currentGL();
   m_largestSide = OmImageFilter().largestSide();
   checkCapabilities();
-  makeFilter(m_settings.uniforms, {});
+  makeFilters(true, {});
 }
 
 void FilterPipeline::check(bool succeeded)
@@ -60,11 +64,13 @@ void FilterPipeline::checkCapabilities() const
 {
   if (m_settings.floats && !OmGL::isSupported(OmGL::SupportFloatTexture))
     throw Failure("--float needs float textures, which " + m_gl.renderer + " does not have");
-  if (m_settings.textures.size() >= m_gl.textureUnits)
-    throw Failure("a shader can read " + std::to_string(m_gl.textureUnits - 1) + " pictures by --texture on " +
-                  m_gl.renderer + ", not " + std::to_string(m_settings.textures.size()));
-  if (m_settings.size && std::max(m_settings.size->first, m_settings.size->second) > m_largestSide)
-    throw Failure("the --size " + sizeText(m_settings.size->first, m_settings.size->second) + " is more than the " +
+  for (const ShaderSettings& shader : m_settings.shaders)
+    if (shader.textures.size() >= m_gl.textureUnits)
+      throw Failure("a shader can read " + std::to_string(m_gl.textureUnits - 1) + " pictures by --texture on " +
+                    m_gl.renderer + ", not " + std::to_string(shader.textures.size()));
+  const std::optional<PictureScaling::Size>& size = m_settings.scaling.size;
+  if (size && std::max(size->first, size->second) > m_largestSide)
+    throw Failure("the --size " + sizeText(size->first, size->second) + " is more than the " +
                   sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
 }
 
@@ -75,36 +81,69 @@ void FilterPipeline::loadShader(OmImageFilter& filter, const OmString& name, con
 }
 
 /// `pictures` are those of --texture that need not be read.
-void FilterPipeline::makeFilter(const std::vector<OmString>& uniforms, Pictures pictures)
+void FilterPipeline::makeFilters(bool withUniforms, Pictures pictures)
 {
-  auto filter = std::make_unique<OmImageFilter>();
-  loadShader(*filter, m_settings.shader, ".frag", OmShader::Fragment);
-  if (!m_settings.vertex.empty())
-    loadShader(*filter, m_settings.vertex, ".vert", OmShader::Vertex);
-  filter->setPasses(static_cast<OmU32>(m_settings.passes.value_or(0)));
-  filter->setFloatsBetweenPasses(m_settings.floats);
-  if (m_settings.size)
-    filter->setSize(m_settings.size->first, m_settings.size->second);
-  check(filter->init());
-  std::vector<OmImageFilter::Setting> defaults = filter->settings();
-  for (const OmString& uniform : uniforms)
-    check(filter->set(uniform));
-  check(filter->init());
-  checkTextures(*filter);
-  for (const TextureSetting& setting : m_settings.textures)
+  Filters filters;
+  for (const ShaderSettings& settings : m_settings.shaders)
   {
-    std::shared_ptr<const OmImage>& picture = pictures[setting.file];
-    if (!picture)
-    {
-      checkPicture(readHeader(setting.file, m_log));
-      picture = std::make_shared<const OmImage>(readPicture(setting.file, m_log));
-    }
-    filter->setPicture(setting.name, *picture);
+    filters.push_back(makeFilter(settings));
+    check(filters.back()->init());
   }
-  check(filter->init());
-  m_filter = std::move(filter);
+  std::vector<OmImageFilter::Setting> defaults = settingsOf(filters);
+  for (std::size_t i = 0; i < filters.size(); ++i)
+  {
+    const ShaderSettings& settings = m_settings.shaders[i];
+    for (const OmString& uniform : withUniforms ? settings.uniforms : std::vector<OmString>())
+      check(filters[i]->set(uniform));
+    check(filters[i]->init());
+    checkTextures(*filters[i], settings);
+  }
+  for (std::size_t i = 0; i < filters.size(); ++i)
+  {
+    setTextures(*filters[i], m_settings.shaders[i], pictures);
+    check(filters[i]->init());
+    if (i > 0)
+      check(filters[i - 1]->setNext(filters[i]));
+  }
+  m_filters = std::move(filters);
   m_defaults = std::move(defaults);
   m_pictures = std::move(pictures);
+}
+
+std::shared_ptr<OmImageFilter> FilterPipeline::makeFilter(const ShaderSettings& settings)
+{
+  auto filter = std::make_shared<OmImageFilter>();
+  loadShader(*filter, settings.name, ".frag", OmShader::Fragment);
+  if (!settings.vertex.empty())
+    loadShader(*filter, settings.vertex, ".vert", OmShader::Vertex);
+  filter->setPasses(static_cast<OmU32>(settings.passes.value_or(0)));
+  filter->setFloatsBetweenPasses(m_settings.floats);
+  return filter;
+}
+
+/// A table is known by its suffix, a picture by its content.
+FilterPipeline::Picture FilterPipeline::readTexture(const OmString& file) const
+{
+  if (::strcasecmp(std::filesystem::path(file).extension().c_str(), ".cube") == 0)
+  {
+    OmColorTable table;
+    if (!table.read(file))
+      throw Failure(m_log.takeReason("cannot read " + quoted(file)));
+    return table;
+  }
+  checkSize(readHeader(file, m_log), m_largestSide, m_largestSide, m_gl.renderer);
+  return readPicture(file, m_log);
+}
+
+void FilterPipeline::setTextures(OmImageFilter& filter, const ShaderSettings& settings, Pictures& pictures)
+{
+  for (const TextureSetting& setting : settings.textures)
+  {
+    std::shared_ptr<const Picture>& picture = pictures[setting.file];
+    if (!picture)
+      picture = std::make_shared<const Picture>(readTexture(setting.file));
+    std::visit([&](const auto& texture) { filter.setPicture(setting.name, texture); }, *picture);
+  }
 }
 
 void FilterPipeline::reload(const std::vector<OmString>& changed)
@@ -113,41 +152,79 @@ void FilterPipeline::reload(const std::vector<OmString>& changed)
   Pictures kept = m_pictures;
   for (const OmString& file : changed)
     kept.erase(file);
-  makeFilter({}, std::move(kept));
+  makeFilters(false, std::move(kept));
 }
 
 std::vector<OmImageFilter::Setting> FilterPipeline::settings()
 {
   const Turn turn(m_window);
-  return m_filter->settings();
+  return settingsOf(m_filters);
+}
+
+std::vector<OmImageFilter::Setting> FilterPipeline::settingsOf(const Filters& filters) const
+{
+  std::vector<OmImageFilter::Setting> all;
+  for (std::size_t i = 0; i < filters.size(); ++i)
+    for (OmImageFilter::Setting& setting : filters[i]->settings())
+    {
+      if (filters.size() > 1)
+        setting.name = std::to_string(i + 1) + ':' + setting.name;
+      all.push_back(std::move(setting));
+    }
+  return all;
+}
+
+std::pair<std::size_t, OmString> FilterPipeline::place(const OmString& setting)
+{
+  const std::size_t colon = setting.find(':'); // which no name in GLSL has
+  if (colon == OmString::npos)
+    return {0, setting};
+  return {std::stoul(setting.substr(0, colon)) - 1, setting.substr(colon + 1)};
 }
 
 void FilterPipeline::set(const OmImageFilter::Setting& setting)
 {
+  const auto [shader, name] = place(setting.name);
   if (setting.integers.empty())
-    m_filter->setFloats(setting.name, setting.floats);
+    m_filters[shader]->setFloats(name, setting.floats);
   else
-    m_filter->setIntegers(setting.name, setting.integers);
+    m_filters[shader]->setIntegers(name, setting.integers);
 }
 
 /// Throws if the shader reads a picture that is not given.
-void FilterPipeline::checkTextures(const OmImageFilter& filter) const
+void FilterPipeline::checkTextures(const OmImageFilter& filter, const ShaderSettings& settings)
 {
-  const std::vector<TextureSetting>& given = m_settings.textures;
+  const std::vector<TextureSetting>& given = settings.textures;
   for (const OmString& name : filter.pictureNames())
     if (std::none_of(given.begin(), given.end(), [&](const TextureSetting& setting) { return setting.name == name; }))
-      throw Failure(quoted(findShader(m_settings.shader, ".frag")) + " reads another picture; give it with --texture " +
+      throw Failure(quoted(findShader(settings.name, ".frag")) + " reads another picture; give it with --texture " +
                     name + "=FILE");
 }
 
 void FilterPipeline::checkPicture(const PictureFile& picture) const
 {
-  checkSize(picture, m_largestSide, m_largestSide, m_gl.renderer);
+  if (!m_settings.scaling.isSet())
+    return checkSize(picture, m_largestSide, m_largestSide, m_gl.renderer);
+  const std::uint64_t most = std::uint64_t{m_largestSide} * m_largestSide;
+  if (std::uint64_t{picture.width} * picture.height > most)
+    throw Failure(quoted(picture.file) + " is " + sizeText(picture.width, picture.height) + " pixels, more than the " +
+                  std::to_string(most) + " that are read to be scaled");
+  const auto [width, height] = resultSize(picture);
+  if (std::max(width, height) > m_largestSide)
+    throw Failure("the result of " + quoted(picture.file) + " would be " + sizeText(width, height) +
+                  " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
 }
 
-void FilterPipeline::run(const OmImage& image, const OmString& file, OmImage& result)
+void FilterPipeline::scale(OmImage& image, const PictureFile& picture) const
+{
+  if (m_settings.scaling.changes(picture))
+    image = m_settings.scaling.applied(image, picture, !picture.hasAlpha());
+}
+
+void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result)
 {
   const Turn turn(m_window);
-  if (!m_filter->run(image, result))
+  m_filters.front()->setOpaque(isOpaque);
+  if (!m_filters.front()->run(image, result))
     throw Failure("cannot filter " + quoted(file) + ": " + m_log.takeReason("no reason was given"));
 }

@@ -26,6 +26,11 @@ public:
   virtual OmImageReaderWriter::Format format() const { return OmImageReaderWriter::PNG; }
   /// Reads the pixels, once; any thread may. RGB becomes RGBA, which is quicker to and from a card. Throws a Failure.
   virtual OmImage read() = 0;
+  /// What the file says besides its pixels, once they have been read.
+  const OmImageMetadata& metadata() const { return m_metadata; }
+
+protected:
+  OmImageMetadata m_metadata; ///< filled by read()
 
 private:
   const PictureFile m_header;

@@ -37,7 +37,7 @@ public:
   OmImage read() override
   {
     OmImage image;
-    if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha))
+    if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha, m_metadata))
       throw Failure(m_log.takeReason("cannot read " + quoted(header().file)));
     m_bytes = {};
     return image;
@@ -110,21 +110,15 @@ std::unique_ptr<PictureInput> StreamSource::next()
   return std::make_unique<StreamInput>(std::move(header), std::move(bytes), format, m_log);
 }
 
-StreamSink::StreamSink(std::optional<OmImageReaderWriter::Format> format, OmImageReaderWriter::Compression compression,
-                       LibraryLog& log)
-    : m_format(format), m_compression(compression), m_log(log)
+StreamSink::StreamSink(const OutputOptions& options, LibraryLog& log) : m_options(options), m_log(log)
 {
   ::fcntl(::fileno(stdout), F_SETPIPE_SZ, PipeSize);
 }
 
 std::vector<OmU8> StreamSink::encode(std::size_t, const PictureInput& input, const OmImage& result)
 {
-  OmImageReaderWriter::WriteSettings settings;
-  settings.format = m_format.value_or(input.format());
-  settings.compression = m_compression;
-  settings.withoutAlpha = !input.header().hasAlpha() || settings.format == OmImageReaderWriter::PPM;
   std::vector<OmU8> bytes;
-  if (!OmImageReaderWriter::encode(result, "standard output", settings, bytes))
+  if (!OmImageReaderWriter::encode(result, "standard output", writeSettings(m_options, "", input), bytes))
     throw Failure(m_log.takeReason("cannot write to standard output"));
   return bytes;
 }
@@ -144,7 +138,7 @@ void StreamSink::checkRaw(const RawFrames& frame)
 
 void StreamSink::deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height)
 {
-  if (m_format == OmImageReaderWriter::Raw)
+  if (m_options.format == OmImageReaderWriter::Raw)
     checkRaw({static_cast<OmU32>(bytes.size() / width / height), width, height});
   errno = 0;
   if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0)

@@ -2,6 +2,7 @@
 #define OM_TOOLS_STREAM_BATCH_H
 
 #include "image/omImageStream.h"
+#include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/pictureSource.h"
 
 #include <optional>
@@ -43,8 +44,7 @@ class StreamSink : public PictureSink
 {
 public:
   /// Without a `format` a result has that of its picture.
-  StreamSink(std::optional<OmImageReaderWriter::Format> format, OmImageReaderWriter::Compression compression,
-             LibraryLog& log);
+  StreamSink(const OutputOptions& options, LibraryLog& log);
 
   std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) override;
   void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) override;
@@ -52,8 +52,7 @@ public:
 private:
   void checkRaw(const RawFrames& frame);
 
-  const std::optional<OmImageReaderWriter::Format> m_format;
-  const OmImageReaderWriter::Compression m_compression;
+  const OutputOptions m_options;
   LibraryLog& m_log;
   std::optional<RawFrames> m_firstRaw;
 };

@@ -5,8 +5,7 @@
 
 #include <optional>
 
-/// Returns the text if it is a setting as OmImageFilter::set() takes it: "name=1.5", "name=1,0.5,0" or, for whole
-/// numbers, "name=i3" and "name=i3,i4".
+/// Returns the text if it is a setting as OmImageFilter::set() takes it: "name=1.5", "name=1,0.5,0", "name=true".
 std::optional<OmString> readUniformSetting(const OmString& text);
 
 #endif

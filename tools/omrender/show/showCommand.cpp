@@ -94,7 +94,7 @@ void checkOptions(const ShowCommand& options)
   const bool isEGL = options.backend->queried == OmWindow::ImplEGL;
   if (isEGL && options.capture.empty())
     throw CLI::ValidationError("--backend", "egl opens a window that cannot be seen; give --capture OUT.png as well");
-  if (!isEGL && !options.device.empty() && options.filter.shader.empty())
+  if (!isEGL && !options.device.empty() && !options.filter.hasShader())
     throw CLI::ValidationError("--device", "names a device of EGL; give --backend egl or --shader as well");
   if (options.block && options.capture.empty())
     throw CLI::ValidationError("--block", "says which part to capture; give --capture OUT.png as well");
@@ -107,7 +107,8 @@ void checkOptions(const ShowCommand& options)
 /// Throws for an option of a filter without one.
 void checkFilterOptions(const CLI::App& command)
 {
-  for (const char* const name : {"--set", "--texture", "--passes", "--size", "--float", "--vertex", "--watch"})
+  for (const char* const name :
+       {"--set", "--texture", "--passes", "--size", "--fit", "--percent", "--crop", "--float", "--vertex", "--watch"})
     if (command.count(name) > 0 && command.count("--shader") == 0)
       throw CLI::RequiresError(name, "--shader");
 }
@@ -116,7 +117,7 @@ void checkFilterOptions(const CLI::App& command)
 std::vector<OmString> inputs(const ShowCommand& options)
 {
   std::vector<OmString> files = options.files;
-  if (!options.filter.shader.empty())
+  if (options.filter.hasShader())
     for (const OmString& file : filterFiles(options.filter))
       files.push_back(file);
   return files;
@@ -146,9 +147,8 @@ void checkSizes(const std::vector<PictureFile>& pictures, const GLInformation& g
 /// The pictures as they are shown: with the size of the filter's results.
 std::vector<PictureFile> shownPictures(const ShowCommand& options, std::vector<PictureFile> pictures)
 {
-  if (options.filter.size)
-    for (PictureFile& picture : pictures)
-      std::tie(picture.width, picture.height) = *options.filter.size;
+  for (PictureFile& picture : pictures)
+    std::tie(picture.width, picture.height) = options.filter.scaling.resultSize(picture);
   return pictures;
 }
 
@@ -175,7 +175,7 @@ void show(const ShowCommand& options, LibraryLog& log)
   OmWindow::Impl::EGL::setDevice(options.device);
   checkSizes(shown, queryGL(log));
   PictureFiles files(pictures, options.title, log);
-  if (options.filter.shader.empty())
+  if (!options.filter.hasShader())
     options.backend->show(options, files, log);
   else
     showFiltered(options, files, log);
@@ -207,7 +207,7 @@ void addShowCommand(CLI::App& program, LibraryLog& log)
 {
   CLI::App* const command = program.add_subcommand("show", "Show pictures one after another in a window");
   const auto options = std::make_shared<ShowCommand>();
-  command->add_option("FILE", options->files, "PNG or JPEG files")->type_name("");
+  command->add_option("FILE", options->files, "PNG, JPEG, WebP, TIFF, PPM or PAM files")->type_name("");
   addParsedOption(
       *command, "--seconds", "S", options->seconds, readSeconds, "a number from 0 to 1000000",
       "How long to show each picture (until the user goes on; 3 with --capture); with 0, show it and go on");

@@ -3,6 +3,7 @@
 #include "render/omWindowEvent.h"
 #include "tools/omrender/failure.h"
 #include "tools/omrender/filter/filterOptions.h"
+#include "tools/omrender/filter/shaderFile.h"
 #include "tools/omrender/libraryLog.h"
 #include "tools/omrender/show/filterCommandLine.h"
 #include "tools/omrender/show/pictureFiles.h"
@@ -67,7 +68,12 @@ void WatchedFilter::run()
 {
   m_isDue = false;
   const OmImage& image = picture();
-  m_pipeline.run(image, m_pictures.name(), m_result);
+  const PictureFile header = {m_pictures.name(), image.width(), image.height(), image.channels()};
+  const PictureScaling& scaling = m_settings.scaling;
+  if (scaling.changes(header))
+    m_pipeline.run(scaling.applied(image, header, false), header.file, false, m_result);
+  else
+    m_pipeline.run(image, header.file, false, m_result);
 }
 
 /// The picture to filter, as its file has it now or, if that cannot be read, had it before.
@@ -143,8 +149,10 @@ void WatchedFilter::reload()
 /// Whether the command line has a value for a setting.
 bool WatchedFilter::isGiven(const OmString& setting) const
 {
-  return std::any_of(m_settings.uniforms.begin(), m_settings.uniforms.end(),
-                     [&](const OmString& text) { return text.rfind(setting + '=', 0) == 0; });
+  const auto [shader, name] = FilterPipeline::place(setting);
+  const std::vector<OmString>& uniforms = m_settings.shaders[shader].uniforms;
+  return std::any_of(uniforms.begin(), uniforms.end(),
+                     [start = name + '='](const OmString& text) { return text.rfind(start, 0) == 0; });
 }
 
 /// Gives a new filter the values of the one before.
@@ -154,8 +162,9 @@ void WatchedFilter::takeSettings()
   m_times.clear();
   for (const Setting& setting : m_pipeline.defaults())
   {
-    const bool isTime = (setting.name == "time" && setting.floats.size() == 1) ||
-                        (setting.name == "frame" && setting.integers.size() == 1);
+    const OmString name = FilterPipeline::place(setting.name).second;
+    const bool isTime =
+        (name == "time" && setting.floats.size() == 1) || (name == "frame" && setting.integers.size() == 1);
     (isTime && !isGiven(setting.name) ? m_times : settings).push_back(setting);
   }
   m_values.reset(settings);
@@ -183,16 +192,24 @@ OmString WatchedFilter::name() const
   return m_pictures.name();
 }
 
+/// The names of the shaders.
+OmString WatchedFilter::filterName() const
+{
+  OmString text;
+  for (const ShaderSettings& shader : m_settings.shaders)
+    text += (text.empty() ? "" : "+") + std::filesystem::path(findShader(shader.name, ".frag")).stem().string();
+  return text;
+}
+
 OmString WatchedFilter::title() const
 {
   const OmString setting = m_values.chosenText();
-  return m_pictures.title() + " - " + std::filesystem::path(m_filterFiles.front()).stem().string() +
-         (setting.empty() ? "" : " - " + setting);
+  return m_pictures.title() + " - " + filterName() + (setting.empty() ? "" : " - " + setting);
 }
 
 OmString WatchedFilter::information() const
 {
-  OmString text = m_pictures.information() + "\nfiltered by " + m_filterFiles.front() + ": " +
+  OmString text = m_pictures.information() + "\nfiltered by " + filterName() + ": " +
                   sizeText(m_result.width(), m_result.height()) + " pixels";
   for (const Setting& setting : m_values.all())
     text += "\n  " + settingText(setting);
@@ -252,11 +269,14 @@ bool WatchedFilter::print(int, bool)
 {
   image(); // with the settings as they are
   FilterSettings settings = m_settings;
-  settings.uniforms.clear();
-  for (const Setting& setting : m_values.own())
-    settings.uniforms.push_back(settingText(setting));
-  for (const Setting& setting : m_times)
-    settings.uniforms.push_back(settingText(setting));
+  for (ShaderSettings& shader : settings.shaders)
+    shader.uniforms.clear();
+  for (const std::vector<Setting>& some : {m_values.own(), m_times})
+    for (const Setting& setting : some)
+    {
+      const auto [shader, name] = FilterPipeline::place(setting.name);
+      settings.shaders[shader].uniforms.push_back(settingText({name, setting.floats, setting.integers}));
+    }
   if (m_stale.empty())
     std::cout << filterCommandLine(settings, name(), freeName()) << std::endl;
   else
@@ -268,8 +288,7 @@ bool WatchedFilter::print(int, bool)
 /// The name for a result in the current directory. No file has it yet.
 OmString WatchedFilter::freeName() const
 {
-  const OmString start = std::filesystem::path(name()).stem().string() + '-' +
-                         std::filesystem::path(m_filterFiles.front()).stem().string();
+  const OmString start = std::filesystem::path(name()).stem().string() + '-' + filterName();
   std::error_code error;
   OmString file = start + ".png";
   for (int number = 2; std::filesystem::exists(std::filesystem::symlink_status(file, error)); ++number)

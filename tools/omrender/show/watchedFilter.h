@@ -67,13 +67,14 @@ private:
   void setTimes();
   template <typename Job>
   bool attempt(Job job);
+  OmString filterName() const;
   OmString freeName() const;
 
   PictureFiles& m_pictures;
   const std::vector<OmString> m_files; ///< of the pictures
   const FilterSettings m_settings;
   LibraryLog& m_log;
-  const std::vector<OmString> m_filterFiles; ///< the fragment shader's first
+  const std::vector<OmString> m_filterFiles;
   FilterPipeline m_pipeline;
   SettingValues m_values;
   std::vector<Setting> m_times; ///< `time` and `frame`, as far as the shader has them

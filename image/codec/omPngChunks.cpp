@@ -1,0 +1,60 @@
+#include "image/codec/omPngChunks.h"
+
+#include <cstdint>
+#include <utility>
+
+#include <libdeflate.h>
+
+namespace
+{
+
+constexpr std::uint64_t SignatureSize = 8;
+constexpr std::size_t HeadSize = 8; ///< a chunk's length and its type
+constexpr std::size_t SumSize = 4;
+constexpr std::size_t TypeSize = 4;
+
+OmU32 number(const OmU8* bytes)
+{
+  return OmU32{bytes[0]} << 24 | OmU32{bytes[1]} << 16 | OmU32{bytes[2]} << 8 | bytes[3];
+}
+
+} // namespace
+
+OmPngChunks::OmPngChunks(const OmInputFile& file, std::vector<OmString> types, std::size_t largest)
+{
+  for (OmString& type : types)
+    m_chunks.push_back({std::move(type), {}});
+  std::uint64_t at = SignatureSize;
+  OmU8 head[HeadSize];
+  while (at < file.size() && ::fseeko(file.stream(), static_cast<off_t>(at), SEEK_SET) == 0 &&
+         std::fread(head, 1, HeadSize, file.stream()) == HeadSize)
+  {
+    const OmU32 size = number(head);
+    const OmString type(reinterpret_cast<const char*>(head) + TypeSize, TypeSize);
+    for (Chunk& chunk : m_chunks)
+      if (!chunk.isFound && chunk.type == type && size <= largest && size <= file.size() - at)
+        keep(file.stream(), chunk, size);
+    if (type == "IEND")
+      break;
+    at += HeadSize + std::uint64_t{size} + SumSize;
+  }
+}
+
+void OmPngChunks::keep(std::FILE* stream, Chunk& chunk, std::size_t size)
+{
+  std::vector<OmU8> data(size + SumSize);
+  if (std::fread(data.data(), 1, data.size(), stream) != data.size())
+    return;
+  const OmU32 ofType = libdeflate_crc32(0, chunk.type.data(), TypeSize);
+  chunk.isFound = libdeflate_crc32(ofType, data.data(), size) == number(data.data() + size);
+  data.resize(size);
+  chunk.data = std::move(data);
+}
+
+const std::vector<OmU8>* OmPngChunks::find(const OmString& type) const
+{
+  for (const Chunk& chunk : m_chunks)
+    if (chunk.isFound && chunk.type == type)
+      return &chunk.data;
+  return nullptr;
+}

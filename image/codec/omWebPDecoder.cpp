@@ -1,0 +1,124 @@
+#include "image/codec/omWebP.h"
+
+#include "image/codec/omProfile.h"
+#include "image/codec/omWebPChunks.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <webp/decode.h>
+
+namespace
+{
+
+/// Without loss, one colour everywhere takes no bits for a pixel, so a small file may hold a large picture. Pictures of
+/// up to this many bytes are accepted, larger ones up to the ratio that deflate can reach.
+constexpr std::uint64_t FreeBytes = std::uint64_t{128} << 20;
+constexpr std::uint64_t Ratio = 1032;
+constexpr int Lossless = 2; ///< of WebPBitstreamFeatures::format
+
+/// With loss, a square of this side takes more than a bit: its way of prediction does.
+constexpr OmU32 SquareSide = 16;
+
+const char* reasonOf(VP8StatusCode status)
+{
+  switch (status)
+  {
+  case VP8_STATUS_OUT_OF_MEMORY:
+    return "out of memory";
+  case VP8_STATUS_NOT_ENOUGH_DATA:
+  case VP8_STATUS_SUSPENDED:
+    return "the file ends early";
+  case VP8_STATUS_UNSUPPORTED_FEATURE:
+    return "a WebP picture of this kind is not supported";
+  default:
+    return "the WebP picture is damaged";
+  }
+}
+
+/// Decodes the whole picture before its first row: libwebp wants all of the file, and gives all of the picture.
+class WebPDecoder : public OmImageDecoder
+{
+public:
+  explicit WebPDecoder(const OmInputFile& file) : m_file(file) {}
+
+  bool readHeader() override
+  {
+    WebPBitstreamFeatures features = {};
+    if (!m_file.readAll(m_bytes))
+      return fail("the file cannot be read to its end");
+    const VP8StatusCode status = WebPGetFeatures(m_bytes.data(), m_bytes.size(), &features);
+    if (status != VP8_STATUS_OK)
+      return fail(reasonOf(status));
+    if (features.has_animation != 0)
+      return fail("an animated WebP picture is not supported; take one frame out of it");
+    m_width = static_cast<OmU32>(features.width);
+    m_height = static_cast<OmU32>(features.height);
+    m_channels = features.has_alpha != 0 ? 4 : 3;
+    if (!fileMayHoldPicture(features.format == Lossless))
+      return fail("the file is too small for the size in its header");
+    const OmWebPChunk exif = findWebPChunk(m_bytes, "EXIF");
+    m_orientation = OmExif::orientation(exif.data, exif.size);
+    return true;
+  }
+
+  void readMetadata(OmImageMetadata& metadata) override
+  {
+    const OmWebPChunk profile = findWebPChunk(m_bytes, "ICCP");
+    OmProfile::keep(profile.data, profile.size, metadata);
+  }
+
+  bool start() override
+  {
+    WebPDecoderConfig config;
+    if (WebPInitDecoderConfig(&config) == 0)
+      return fail("libwebp is of another version");
+    const std::size_t size = rowSize() * m_height;
+    m_pixels.reset(new OmU8[size]); // not initialized: memory that is not decoded into is not taken
+    config.output.colorspace = m_channels == 4 ? MODE_RGBA : MODE_RGB;
+    config.output.is_external_memory = 1;
+    config.output.u.RGBA = {m_pixels.get(), static_cast<int>(rowSize()), size};
+    const VP8StatusCode status = WebPDecode(m_bytes.data(), m_bytes.size(), &config);
+    m_next = m_pixels.get();
+    return status == VP8_STATUS_OK || fail(reasonOf(status));
+  }
+
+  bool readRow(OmU8* row) override
+  {
+    if (row != nullptr)
+      std::memcpy(row, m_next, rowSize());
+    m_next += rowSize();
+    return true;
+  }
+
+  bool finish() override { return true; }
+
+private:
+  bool fileMayHoldPicture(bool isLossless) const
+  {
+    const std::uint64_t size = std::uint64_t{m_width} * m_height * m_channels;
+    if (isLossless)
+      return size <= FreeBytes || size / Ratio <= m_bytes.size();
+    const auto squares = [](OmU32 side) { return std::uint64_t{side + SquareSide - 1} / SquareSide; };
+    return squares(m_width) * squares(m_height) <= m_bytes.size() * 8;
+  }
+
+  std::size_t rowSize() const { return std::size_t{m_width} * m_channels; }
+
+  const OmInputFile& m_file;
+  std::vector<OmU8> m_bytes;
+  std::unique_ptr<OmU8[]> m_pixels;
+  const OmU8* m_next = nullptr; ///< row
+};
+
+} // namespace
+
+bool OmWebP::isBuilt()
+{
+  return true;
+}
+
+std::unique_ptr<OmImageDecoder> OmWebP::makeDecoder(const OmInputFile& file)
+{
+  return std::make_unique<WebPDecoder>(file);
+}

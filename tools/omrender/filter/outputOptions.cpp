@@ -1,0 +1,136 @@
+#include "tools/omrender/filter/outputOptions.h"
+
+#include "tools/omrender/optionValues.h"
+#include "tools/omrender/parsedOption.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+namespace
+{
+
+using Writer = OmImageReaderWriter;
+
+constexpr int BestQuality = 100;
+
+/// A reader of words that each stand for a value.
+template <typename Value>
+auto wordReader(const std::map<OmString, Value>& words)
+{
+  return [words](const OmString& text)
+  {
+    const auto found = words.find(text);
+    return found == words.end() ? std::nullopt : std::optional(found->second);
+  };
+}
+
+std::map<OmString, Writer::Format> writtenFormats()
+{
+  std::map<OmString, Writer::Format> names;
+  for (const Writer::FormatSupport& support : Writer::formats())
+    if (support.isWritten)
+      names.emplace(support.name, support.format);
+  return names;
+}
+
+OmString listed(const OmString& list, const OmString& word, const OmString& separator)
+{
+  return list.empty() ? word : list + separator + word;
+}
+
+const Writer::FormatSupport& supportOf(Writer::Format format)
+{
+  const auto& formats = Writer::formats();
+  return *std::find_if(formats.begin(), formats.end(),
+                       [format](const Writer::FormatSupport& support) { return support.format == format; });
+}
+
+/// The format by the options or by the name, PNG for one without a suffix; nothing for an unknown suffix.
+std::optional<Writer::Format> formatFor(const OutputOptions& options, const OmString& name)
+{
+  if (options.format)
+    return options.format;
+  Writer::Format format = Writer::PNG;
+  const bool isKnown = Writer::formatOfName(name, format) && supportOf(format).isWritten;
+  return isKnown || !std::filesystem::path(name).has_extension() ? std::optional(format) : std::nullopt;
+}
+
+} // namespace
+
+void addOutputOptions(CLI::App& command, OutputOptions& options)
+{
+  OmString names;
+  for (const auto& [name, format] : writtenFormats())
+    names = listed(names, name, "|");
+  addParsedOption(command, "--format", names, options.format, wordReader(writtenFormats()), "one of " + names,
+                  "What the results are written as (by OUT's suffix; PNG in a directory; on standard output what "
+                  "standard input has)");
+  addParsedOption(
+      command, "--quality", "N", options.quality, [](const OmString& text) { return readCount(text, BestQuality); },
+      "a number from 1 to " + std::to_string(BestQuality), "Of JPEG (90) and WebP (without loss)");
+  addParsedOption(
+      command, "--compression", "fast|default|small", options.compression,
+      wordReader<Writer::Compression>({{"fast", Writer::Fast}, {"default", Writer::Default}, {"small", Writer::Small}}),
+      "fast, default or small", "How PNG, JPEG and WebP are compressed");
+  addParsedOption(
+      command, "--channels", "rgb|rgba|gray|graya", options.channels,
+      wordReader<Writer::Channels>(
+          {{"rgb", Writer::RGB}, {"rgba", Writer::RGBA}, {"gray", Writer::Grey}, {"graya", Writer::GreyAlpha}}),
+      "rgb, rgba, gray or graya",
+      "The channels of the results (grey where picture and result are, and "
+      "alpha where the picture has it)");
+  command.add_flag("--strip", options.strip, "Leave out the picture's colour profile, gamma and resolution");
+}
+
+void checkOutputOptions(const OutputOptions& options, const OmString& out)
+{
+  const bool isStream = out == "-";
+  const auto format = isStream ? options.format.value_or(Writer::PNG) : formatFor(options, out);
+  if (!format)
+  {
+    OmString suffixes;
+    for (const Writer::FormatSupport& support : Writer::formats())
+      for (const OmString& suffix : support.suffixes)
+        if (support.isWritten)
+          suffixes = listed(suffixes, suffix, " ");
+    throw CLI::ValidationError("--out", "has no suffix of a format that is written (" + suffixes +
+                                            "); give one of these or --format: " + out);
+  }
+  if (out.empty() && outputSuffix(options).empty())
+    throw CLI::ValidationError("--format", supportOf(*format).name + " has no suffix; give --out for it");
+  if (options.quality && format != Writer::JPEG && format != Writer::WebP)
+    throw CLI::ValidationError("--quality", "is of JPEG and WebP, not of " + supportOf(*format).name);
+}
+
+std::uint64_t encodingMemory(const OutputOptions& options, const OmString& out)
+{
+  if (formatFor(options, out) == Writer::WebP)
+    return options.quality ? 12 : 32; // measured on photos and on noise
+  return 8;                           // PNG's filtered rows and their compressed form, or JPEG's coefficients
+}
+
+OmString outputSuffix(const OutputOptions& options)
+{
+  const auto& suffixes = supportOf(options.format.value_or(Writer::PNG)).suffixes;
+  return suffixes.empty() ? "" : suffixes.front();
+}
+
+Writer::WriteSettings writeSettings(const OutputOptions& options, const OmString& name, const PictureInput& input)
+{
+  Writer::WriteSettings settings;
+  settings.format = name.empty() ? options.format.value_or(input.format()) : *formatFor(options, name);
+  settings.compression = options.compression;
+  settings.quality = options.quality.value_or(0);
+  settings.metadata = options.strip ? nullptr : &input.metadata();
+  const bool isGrey = input.header().channels < 3;
+  // Raw frames do not change their shape from one to the next.
+  if (options.channels)
+    settings.channels = *options.channels;
+  else if (isGrey && settings.format != Writer::Raw)
+    settings.channels = Writer::GreyIfEqual;
+  // By alpha that the user asks for, the shader's own counts.
+  if (!options.channels || *options.channels == Writer::RGB || *options.channels == Writer::Grey)
+    settings.withoutAlpha = !input.header().hasAlpha() || (!options.channels && settings.format == Writer::PPM);
+  return settings;
+}

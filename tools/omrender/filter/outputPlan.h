@@ -1,0 +1,63 @@
+#ifndef OM_TOOLS_OUTPUT_PLAN_H
+#define OM_TOOLS_OUTPUT_PLAN_H
+
+#include "tools/omrender/filter/outputOptions.h"
+#include "tools/omrender/filter/pictureFinder.h"
+
+#include <CLI/App.hpp>
+
+#include <cstddef>
+#include <set>
+#include <vector>
+
+/// Where the results of files go.
+struct OutputPlaces
+{
+  OmString file;      ///< the only result, or "-" for standard output; if this is given, the next three are not
+  OmString directory; ///< of all results; without one they go beside the pictures, which takes a suffix
+  OmString suffix;    ///< between the picture's name and the extension
+  bool recursive = false;
+  bool skipExisting = false;
+
+  bool writesStream() const { return file == "-"; }
+};
+
+void addPlaceOptions(CLI::App& command, OutputPlaces& places);
+
+/// Throws a CLI::Error if the places make no sense for these files.
+void checkPlaceOptions(const OutputPlaces& places, const std::vector<OmString>& files);
+
+/// The pictures of a run and the file for the result of each. All names are known before the first picture is read;
+/// they are all that a long run keeps.
+class OutputPlan
+{
+public:
+  /// Finds the pictures and checks that their results can be written. `alsoRead` are other files of the run. Throws a
+  /// Failure, and makes nothing.
+  OutputPlan(const std::vector<OmString>& files, const OutputPlaces& places, const OutputOptions& options,
+             const std::vector<OmString>& alsoRead);
+
+  /// Makes the directories that the results need. Throws a Failure.
+  void makeDirectories() const;
+
+  /// The pictures to filter.
+  const std::vector<OmString>& pictures() const { return m_pictures; }
+  /// The file for each of them; none at all for standard output.
+  const std::vector<OmString>& results() const { return m_results; }
+  /// How many pictures are left out because their results exist.
+  std::size_t skipped() const { return m_skipped; }
+
+private:
+  void find(const std::vector<OmString>& files, const OutputPlaces& places, const OmString& extension);
+  void add(const FoundPicture& picture, const OutputPlaces& places, const OmString& extension);
+  void checkDistinct() const;
+  void collectDirectories();
+  void skipExisting();
+
+  std::vector<OmString> m_pictures;
+  std::vector<OmString> m_results;
+  std::set<std::filesystem::path> m_directories; ///< of the results
+  std::size_t m_skipped = 0;
+};
+
+#endif
