@@ -10,7 +10,10 @@ cd "$work" || exit 1
 
 # starts ARGUMENT...: begins a show whose first file is chart.png, and gives its window the keys and the pointer.
 starts() {
-  "$omrender" show --backend "$backend" "$@" >stdout 2>stderr &
+  (
+    [[ ! ${closed-} ]] || exec >&-
+    exec "$omrender" show --backend "$backend" "$@"
+  ) >stdout 2>stderr &
   viewer=$!
   eventually "no window" titled "${1%.png}.png"
   window=$(xdotool search --onlyvisible --pid "$viewer" --name "${1%.png}.png")
@@ -124,6 +127,20 @@ ends 0
 starts chart.png
 python3 "$(dirname "$fixtures")/support/closeWindow.py" "$window" || wrong "closeWindow.py"
 ends 0
+
+# What goes to a closed stream does not get into the connection to the display.
+closed=1 starts chart.png
+xdotool key i q
+ends 1
+[[ $(cat stderr) == *"cannot write to standard output" ]] || wrong "a closed stream: $(cat stderr)"
+
+# Qt does not notice.
+if [[ $backend == x11 ]]; then
+  starts chart.png
+  xdotool windowclose "$window"
+  ends 1
+  [[ $(cat stderr) == *"another program has destroyed it" ]] || wrong "a destroyed window: $(cat stderr)"
+fi
 
 starts large.png
 step "larger than the screen" "large.png - 20 %*" large.png 800x600 800x600+0+0 smooth away
