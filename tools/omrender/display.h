@@ -25,7 +25,8 @@ void openWindow(OmWindow& window, LibraryLog& log);
 std::pair<OmU32, OmU32> currentWindowSize(const OmWindow& window);
 
 /// Makes errors of the display, which Xlib would report in several lines, end the program with one line and status 1:
-/// a request that the server refuses, and a connection that is lost, as when the server ends or the user kills the client.
+/// a request that the server refuses, and a connection that is lost, as when the server ends or the user kills the
+/// client.
 void endOnDisplayErrors();
 
 /// Ends the program as a lost connection does.
