@@ -149,7 +149,8 @@ public:
   /// of EGL have no events.
   OmBoolean pollEvents();
   /// Whether the user has asked to close the window: true from pollEvents(), or the swap, that saw it until the window
-  /// is shown again (setHideWindow()) or closed.
+  /// is shown again (setHideWindow()) or closed. Also true, until it is closed, for an X11 window that another program
+  /// has destroyed; it does nothing any more.
   OmBoolean isCloseRequested() const;
   /// Takes the oldest event of keyboard or mouse that pollEvents() has kept. Returns false, with `event` unchanged, if
   /// there is none. At most 1024 are kept, the newest ones.

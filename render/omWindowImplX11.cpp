@@ -357,7 +357,7 @@ bool OmWindow::Impl::X11::createWindow(const OmX11Errors& errors)
   hints.x = nativePosition(x);
   hints.y = nativePosition(y);
   XSetWMNormalHints(m_pDisplay, m_xWindow, &hints);
-  desktop().open(m_pWindow, {m_pDisplay, root, m_xWindow}, size.width, size.height);
+  desktop().open(m_pWindow, {m_pDisplay, root, m_xWindow}, size.width, size.height, [this] { m_xWindow = 0; });
   return true;
 }
 

@@ -142,7 +142,8 @@ TEST_F(omWindowEventsQtTest, WhatTheUserDoesComesAsXNamesIt)
       {"keyup shift", "release ffe1 @31,41 Shift"},
       {"mousemove --window ID 400 300", "exit"},
   };
-  for (const auto& [type, scale] : {std::pair(OmWindow::ImplQt, 1.0), {OmWindow::ImplQt, 1.25}})
+  for (const auto& [type, scale] :
+       {std::pair(OmWindow::ImplQt, 1.0), {OmWindow::ImplQt, 1.25}, {OmWindow::ImplX11, 1.0}})
   {
     begin(scale);
     UsersWindow window(type);

@@ -287,6 +287,31 @@ TEST_F(omWindowEventsTest, TheProgramMayCloseTheWindowWhilePolling)
   }
 }
 
+TEST_F(omWindowEventsTest, AWindowThatAnotherProgramDestroysIsClosed)
+{
+  X11Window window(100, 80);
+  for (int opening = 0; opening < 2; ++opening)
+  {
+    ASSERT_TRUE(window.init());
+    ASSERT_TRUE(window.pollEvents());
+    XDestroyWindow(m_display, window.id());
+    XSync(m_display, False);
+    EXPECT_TRUE(polled(window, [&] { return window.isCloseRequested(); }));
+    EXPECT_FALSE(window.getHideWindow()) << "as by the close button";
+    EXPECT_FALSE(window.pollEvents());
+    EXPECT_FALSE(window.waitEvents(0.0));
+    window.setName("gone");
+    window.setWindowSizeAndPos(50, 60, 70, 80);
+    window.setIcon(colored(32, 32));
+    EXPECT_FALSE(window.setFillScreen(true));
+    window.setHideWindow(false);
+    window.swapBuffers();
+    EXPECT_TRUE(window.isCloseRequested());
+    window.closeWindow(); // an X error would end the process
+    window.setImpl(boost::make_shared<OpenX11>());
+  }
+}
+
 TEST_F(omWindowEventsTest, PingsAreAnsweredOnceTheProgramPolls)
 {
   X11Window window;

@@ -8,6 +8,7 @@
 #include <X11/XKBlib.h>
 
 #include <optional>
+#include <utility>
 
 #include <poll.h>
 
@@ -62,9 +63,11 @@ bool isLost(Display* display)
 
 } // namespace
 
-void OmX11DesktopWindow::open(OmWindow* window, const OmX11Native& native, unsigned int width, unsigned int height)
+void OmX11DesktopWindow::open(OmWindow* window, const OmX11Native& native, unsigned int width, unsigned int height,
+                              std::function<void()> forget)
 {
   m_window = window;
+  m_forget = std::move(forget);
   m_native = native;
   m_width = width;
   m_height = height;
@@ -78,16 +81,17 @@ void OmX11DesktopWindow::open(OmWindow* window, const OmX11Native& native, unsig
 void OmX11DesktopWindow::close()
 {
   m_window = nullptr;
+  m_hasNews = false;
   clear();
 }
 
 void OmX11DesktopWindow::poll()
 {
+  m_hasNews = false;
   if (!m_window)
     return;
   if (!m_hasInput)
     takeInput();
-  m_hasNews = false;
   takeQueued(XPending(m_native.display));
   // Each step may run the program's own code, which may close the window.
   hideIfClosed();
@@ -152,6 +156,8 @@ void OmX11DesktopWindow::keep(XEvent& event)
   }
   else if (event.type == Expose)
     m_exposed = true;
+  else if (event.type == DestroyNotify)
+    giveUp();
   else if (m_properties.isCloseRequest(event))
     m_closePressed = true;
   else if (const std::optional<OmWindowEvent> input = omInputEvent(event))
@@ -162,6 +168,15 @@ void OmX11DesktopWindow::keep(XEvent& event)
     return;
   }
   m_hasNews = true;
+}
+
+/// Another program has destroyed the native window.
+void OmX11DesktopWindow::giveUp()
+{
+  m_window = nullptr;
+  m_closePressed = false;
+  setCloseRequested(true);
+  m_forget();
 }
 
 void OmX11DesktopWindow::hideIfClosed()
@@ -210,9 +225,11 @@ void OmX11DesktopWindow::willResize(unsigned int width, unsigned int height)
 
 bool OmX11DesktopWindow::wait(double seconds, int descriptor)
 {
+  if (m_hasNews)
+    return true;
   if (!m_window)
     return omWaitForInput(seconds, {descriptor});
-  if (m_hasNews || XPending(m_native.display) > 0)
+  if (XPending(m_native.display) > 0)
     return true;
   // Xlib ends a program whose server is gone. One that has asked it not to is told once, and goes on without.
   const bool lost = isLost(m_native.display);

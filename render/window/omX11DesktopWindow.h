@@ -7,6 +7,8 @@
 
 #include <X11/Xlib.h>
 
+#include <functional>
+
 /// The desktop's side of an X11 window. Events are taken from the connection whenever the window swaps or polls, and
 /// kept in little memory until poll() acts on them: the last size, whether something was exposed, the newest input.
 class OmX11DesktopWindow : public OmDesktopWindow
@@ -17,8 +19,10 @@ public:
   bool setFillScreen(bool fill) override;
   void setIcon(const OmImage& icon) override;
 
-  /// Takes over a native window that was just made for `window`, with a size in pixels, before it is mapped.
-  void open(OmWindow* window, const OmX11Native& native, unsigned int width, unsigned int height);
+  /// Takes over a native window that was just made for `window`, with a size in pixels, before it is mapped. Calls
+  /// `forget` if another program destroys it.
+  void open(OmWindow* window, const OmX11Native& native, unsigned int width, unsigned int height,
+            std::function<void()> forget);
   /// Lets go of the native window, which is about to be destroyed.
   void close();
 
@@ -44,8 +48,10 @@ private:
   void hideIfClosed();
   void reportSize();
   void reportPosition();
+  void giveUp();
 
   OmWindow* m_window = nullptr; ///< null while no native window is open
+  std::function<void()> m_forget;
   OmX11Native m_native;
   OmX11Properties m_properties;
   std::vector<unsigned long> m_icon; ///< what OmX11Properties::pixels() gave

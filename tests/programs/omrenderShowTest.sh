@@ -103,6 +103,20 @@ starts chart.png
 hand close "$window" || wrong "hand.py"
 ends 0
 
+# What goes to a closed stream does not get into the connection to the display.
+closed=1 starts chart.png
+xdotool key i q
+ends 1
+[[ $(cat stderr) == *"cannot write to standard output" ]] || wrong "a closed stream: $(cat stderr)"
+
+# Qt does not notice.
+if [[ $backend == x11 ]]; then
+  starts chart.png
+  xdotool windowclose "$window"
+  ends 1
+  [[ $(cat stderr) == *"another program has destroyed it" ]] || wrong "a destroyed window: $(cat stderr)"
+fi
+
 starts large.png
 step "larger than the screen" "large.png - 20 %*" large.png 800x600 800x600+0+0 smooth away
 xdotool key Escape

@@ -11,10 +11,14 @@ user() { DISPLAY=$seat xdotool "$@"; }
 handProgram=$(realpath "$(dirname "${BASH_SOURCE[0]}")/hand.py")
 hand() { DISPLAY=$seat "$handProgram" "$@"; }
 
-# starts ARGUMENT...: begins a show of files, and gives its window the keys.
+# starts ARGUMENT...: begins a show of files, and gives its window the keys. With $closed it has no standard output.
+closed=
 starts() {
   : >stdout
-  "$omrender" show --backend "$backend" "$@" >stdout 2>stderr &
+  (
+    [[ ! $closed ]] || exec >&-
+    exec "$omrender" show --backend "$backend" "$@"
+  ) >stdout 2>stderr &
   viewer=$!
   window=
   eventually "no window" hasWindow

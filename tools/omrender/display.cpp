@@ -18,8 +18,10 @@ int onRefusedRequest(Display* display, XErrorEvent* event)
 {
   char text[256] = "";
   XGetErrorText(display, event->error_code, text, sizeof text);
-  printFailure("omrender", displayName() + " refused request " + std::to_string(event->request_code) + "." +
-                               std::to_string(event->minor_code) + ": " + text);
+  const bool isGone = event->error_code == BadWindow || event->error_code == BadDrawable;
+  printFailure("omrender", isGone ? windowDestroyed()
+                                  : displayName() + " refused request " + std::to_string(event->request_code) + "." +
+                                        std::to_string(event->minor_code) + ": " + text);
   std::_Exit(1);
 }
 
@@ -41,6 +43,11 @@ OmString displayName()
 {
   const char* const name = std::getenv("DISPLAY");
   return name && *name ? "display " + quoted(name) : "a display (DISPLAY is not set)";
+}
+
+OmString windowDestroyed()
+{
+  return "the window on " + displayName() + " is gone: another program has destroyed it";
 }
 
 OmString tryToOpen(OmWindow& window, LibraryLog& log)

@@ -11,6 +11,9 @@ class OmWindow;
 /// The display in the environment, for messages: "display ":0"", or "a display (DISPLAY is not set)".
 OmString displayName();
 
+/// The message for a window that another program has destroyed.
+OmString windowDestroyed();
+
 /// Opens a window by its back end. Returns why it does not open; empty when it does.
 OmString tryToOpen(OmWindow& window, LibraryLog& log);
 
@@ -22,7 +25,8 @@ void openWindow(OmWindow& window, LibraryLog& log);
 std::pair<OmU32, OmU32> currentWindowSize(const OmWindow& window);
 
 /// Makes errors of the display, which Xlib would report in several lines, end the program with one line and status 1:
-/// a request that the server refuses, and a connection that is lost, as when the user closes the window.
+/// a request that the server refuses, and a connection that is lost, as when the server ends or the user kills the
+/// client.
 void endOnDisplayErrors();
 
 /// Ends the program as a lost connection does.

@@ -14,11 +14,23 @@
 #include <memory>
 #include <new>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace
 {
 
 constexpr int FailureStatus = 1;
 constexpr int UsageStatus = 2;
+
+/// Keeps the numbers of standard streams that are closed from files and connections that are opened later: what the
+/// program prints must not get into them. Writing to such a stream still fails.
+void keepStreams()
+{
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+    if (::fcntl(stream, F_GETFD) == -1)
+      ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY); // gets the lowest free number
+}
 
 int fail(const OmString& message, int status)
 {
@@ -72,6 +84,7 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+  keepStreams();
   endOnSignals();
   endOnDisplayErrors();
   try

@@ -37,6 +37,8 @@ void Viewer::run()
     if (!m_closed)
       m_window.waitEvents(secondsToWait(), m_content.descriptor());
   }
+  if (!m_closed && !m_window.getHideWindow()) // which the close button does
+    throw Failure(windowDestroyed());
   m_window.makeCurrent();
   checkErrors("cannot show " + quoted(m_content.name()), m_log);
 }
@@ -53,8 +55,9 @@ void Viewer::open()
   m_window.setName(m_content.title());
   m_window.preparePicture({image.width(), image.height()});
   openWindow(m_window, m_log);
-  m_window.setIcon(viewerIcon());
   checkErrors("cannot show " + quoted(m_content.name()), m_log);
+  m_window.setIcon(viewerIcon());
+  m_log.takeReason(""); // a broken icon does not matter
   if (m_options.fullScreen)
     m_window.setFullScreen(true);
   if (m_log.hasErrors())
