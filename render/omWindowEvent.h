@@ -64,14 +64,14 @@ struct OmWindowEvent
     Super = 8
   };
 
-  Type type = MouseMoved;
-  OmU32 key = 0;       ///< of a key: its symbol, with Shift applied ('A', not 'a')
-  OmString text;       ///< of a key that went down: the character in UTF-8; empty for keys without one
-  OmU32 button = 0;    ///< of a button
-  int wheel = 0;       ///< of the wheel: steps, positive away from the user
-  int x = 0;           ///< position of the pointer, in pixels from the left of the drawing area
-  int y = 0;           ///< position of the pointer, in pixels from the top of the drawing area
-  OmU32 modifiers = 0; ///< the modifier keys that were down before
+  Type type = MouseMoved; ///< what happened
+  OmU32 key = 0;          ///< of a key: its symbol, with Shift applied ('A', not 'a')
+  OmString text;          ///< of a key that went down: the character in UTF-8; empty for keys without one
+  OmU32 button = 0;       ///< of a button
+  int wheel = 0;          ///< of the wheel: steps, positive away from the user
+  int x = 0;              ///< position of the pointer, in pixels from the left of the drawing area
+  int y = 0;              ///< position of the pointer, in pixels from the top of the drawing area
+  OmU32 modifiers = 0;    ///< the modifier keys that were down before
 };
 
 #endif
