@@ -113,7 +113,7 @@ unsigned long meanPixel(const OmImage& image, std::size_t left, std::size_t righ
 
 } // namespace
 
-void OmX11Properties::open(const OmX11Native& native)
+void OmX11Properties::look(const OmX11Native& native)
 {
   static_assert(std::size(AtomNames) == NameCount);
   m_native = native;
@@ -121,6 +121,11 @@ void OmX11Properties::open(const OmX11Native& native)
   for (std::size_t i = 0; i < NameCount; ++i)
     names[i] = const_cast<char*>(AtomNames[i]); // Xlib only reads them
   XInternAtoms(m_native.display, names, NameCount, False, m_atoms.data());
+}
+
+void OmX11Properties::open(const OmX11Native& native)
+{
+  look(native);
   Atom protocols[] = {atom(DeleteWindow)};
   XSetWMProtocols(m_native.display, m_native.window, protocols, 1);
   introduce();
@@ -252,12 +257,11 @@ std::vector<unsigned long> OmX11Properties::read(Window window, Name name, Atom 
   return values;
 }
 
-/// Whether a window manager is there that fills the screen. One that has ended may have left its properties, but not
-/// its window.
 bool OmX11Properties::canFillScreen() const
 {
   const OmX11Errors errors(m_native.display);
   const std::vector<unsigned long> manager = read(m_native.root, ManagerCheck, XA_WINDOW);
+  // A manager that has ended may have left its properties, but not its window.
   if (manager.size() != 1 || read(manager[0], ManagerCheck, XA_WINDOW) != manager)
     return false;
   const std::vector<unsigned long> supported = read(m_native.root, Supported, XA_ATOM);

@@ -22,6 +22,8 @@ struct OmX11Native
 class OmX11Properties
 {
 public:
+  /// Takes a screen, of which only canFillScreen() is asked. The native window may be 0.
+  void look(const OmX11Native& native);
   /// Takes over a new native window. Says whose it is (WM_CLASS, _NET_WM_PID, WM_CLIENT_MACHINE), and that the close
   /// button sends a message instead of ending the program.
   void open(const OmX11Native& native);
@@ -39,6 +41,8 @@ public:
   /// Asks window managers to decorate the window or not, by Motif's property. Returns false if nobody has made that
   /// property known to the server.
   bool setDecorated(bool decorated) const;
+  /// Whether a living window manager lets windows fill the screen.
+  bool canFillScreen() const;
   /// OmWindow::setFillScreen(), for a window that is hidden or not.
   bool setFillScreen(bool fill, bool hidden) const;
 
@@ -68,7 +72,6 @@ private:
   void introduce() const;
   std::vector<unsigned long> read(Window window, Name name, Atom type) const;
   void write(Name name, Atom type, const std::vector<unsigned long>& values) const;
-  bool canFillScreen() const;
 
   OmX11Native m_native;
   std::array<Atom, NameCount> m_atoms = {};
