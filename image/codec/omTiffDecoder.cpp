@@ -121,6 +121,7 @@ private:
   {
     return (m_bits == 1 || m_bits == 2 || m_bits == 4) && OmTiffBlocks::mayBePacked(m_page.get(), m_samples);
   }
+  bool isConvertible() const;
   bool isGrey() const { return m_photometric == PHOTOMETRIC_MINISBLACK || m_photometric == PHOTOMETRIC_MINISWHITE; }
   bool mayHold(std::uint64_t bytes) const { return bytes <= FreeBytes || bytes / Ratio <= m_file.size(); }
   bool failByLibrary(const char* otherwise) { return m_reason[0] == '\0' ? fail(otherwise) : false; }
@@ -193,6 +194,14 @@ bool TiffDecoder::isDirect() const
          m_sampleFormat == SAMPLEFORMAT_UINT && m_samples >= m_channels;
 }
 
+/// Whether libtiff converts the colours to the RGB that they stand for. Those of CIE L*a*b* and of LogLuv it adapts to
+/// a screen.
+bool TiffDecoder::isConvertible() const
+{
+  return isGrey() || m_photometric == PHOTOMETRIC_RGB || m_photometric == PHOTOMETRIC_PALETTE ||
+         m_photometric == PHOTOMETRIC_SEPARATED || m_photometric == PHOTOMETRIC_YCBCR;
+}
+
 bool TiffDecoder::readHeader()
 {
   if (!openPage())
@@ -209,6 +218,8 @@ bool TiffDecoder::readHeader()
     m_blocks.emplace(m_page.get(), m_width, m_height, m_samples, m_bits);
     return mayHold(m_blocks->memory()) || fail(TooSmall);
   }
+  if (!isConvertible())
+    return fail("its colours are neither grey, RGB, a palette, CMYK nor YCbCr");
   char reason[1024] = "";
   if (TIFFRGBAImageOK(m_page.get(), reason) == 0)
     return fail(reason);

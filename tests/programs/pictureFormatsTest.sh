@@ -76,6 +76,10 @@ ink.tif 0 rgb.png -colorspace cmyk -depth 8
 jpeg.tif 1 rgb.png -compress jpeg
 pages.tif 0 rgb.png rgba.png -compress zip
 END
+# A picture that would only be like it is refused.
+convert rgb.png -colorspace lab lab.tif
+"$convertPicture" lab.tif lab.pam 2>stderr && wrong "lab.tif is read"
+grep -q 'its colours are neither' stderr || wrong "lab.tif: $(cat stderr)"
 convert rgb.png -orient left-bottom -compress zip turned.tif
 convert rgb.png -rotate 270 +repage expected.ppm
 same turned.tif expected.ppm 0
