@@ -124,6 +124,14 @@ TEST(omImageFormatsTest, WritesTheChannelsThatAreAskedFor)
       {"new alpha", 1, {5, 6}, Writer::PNG, Writer::RGBA, false, {5, 5, 5, 255, 6, 6, 6, 255}},
       {"grey and alpha", 4, grey4, Writer::PNG, Writer::GreyAlpha, false, {7, 9, 200, 0}},
       {"no grey in WebP", 2, {5, 255, 6, 3}, Writer::WebP, Writer::AsTheyAre, false, {5, 5, 5, 255, 6, 6, 6, 3}},
+      {"light in WebP", 3, colors, Writer::WebP, Writer::Grey, false, {54, 54, 54, 182, 182, 182}},
+      {"light in WebP, with alpha",
+       4,
+       {255, 0, 0, 9, 0, 255, 0, 255},
+       Writer::WebP,
+       Writer::GreyAlpha,
+       false,
+       {54, 54, 54, 9, 182, 182, 182, 255}},
       {"under transparency", 4, grey4, Writer::WebP, Writer::AsTheyAre, false, grey4}};
   for (const Case& c : cases)
   {

@@ -10,6 +10,7 @@
 #include "image/codec/omWebP.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -84,6 +85,15 @@ OmU32 chosenChannels(const OmImage& image, Writer::Channels choice)
   }
 }
 
+OmImage withChannels(const OmImage& image, OmU32 channels, OmImageRows::LostAlpha lostAlpha)
+{
+  OmImageRows rows(image, channels, lostAlpha);
+  OmImage result(channels, rows.width(), rows.height());
+  for (OmU32 y = 0; y < rows.height(); ++y)
+    std::memcpy(result.data() + y * rows.rowSize(), rows.row(y), rows.rowSize());
+  return result;
+}
+
 /// Gives the reason why an image cannot be written, or an empty one.
 OmString obstacle(const OmImage& image, const Writer::WriteSettings& settings, OmU32 channels)
 {
@@ -143,13 +153,19 @@ bool OmPictureKinds::encode(const OmImage& image, const Writer::WriteSettings& s
   OmU32 channels = chosenChannels(image, settings.channels);
   if (channels % 2 == 0 && (settings.withoutAlpha || !limits.hasAlpha))
     --channels;
-  if (channels < 3 && !limits.hasGrey)
-    channels += 2;
   reason = obstacle(image, settings, channels);
   if (!reason.empty())
     return false;
 
-  OmImageRows rows(image, channels, settings.withoutAlpha ? OmImageRows::LeftOut : OmImageRows::OverWhite);
+  const auto lostAlpha = settings.withoutAlpha ? OmImageRows::LeftOut : OmImageRows::OverWhite;
+  OmImage grey; // what becomes grey stays it in a format that only has colours
+  if (channels < 3 && !limits.hasGrey)
+  {
+    if (image.channels() > 2)
+      grey = withChannels(image, channels, lostAlpha);
+    channels += 2;
+  }
+  OmImageRows rows(grey.data() != nullptr ? grey : image, channels, lostAlpha);
   switch (settings.format)
   {
   case Writer::PNG:

@@ -121,6 +121,8 @@ private:
   {
     return (m_bits == 1 || m_bits == 2 || m_bits == 4) && OmTiffBlocks::mayBePacked(m_page.get(), m_samples);
   }
+  std::uint16_t guessedPhotometric() const;
+  bool isConvertible() const;
   bool isGrey() const { return m_photometric == PHOTOMETRIC_MINISBLACK || m_photometric == PHOTOMETRIC_MINISWHITE; }
   bool mayHold(std::uint64_t bytes) const { return bytes <= FreeBytes || bytes / Ratio <= m_file.size(); }
   bool failByLibrary(const char* otherwise) { return m_reason[0] == '\0' ? fail(otherwise) : false; }
@@ -167,18 +169,29 @@ bool TiffDecoder::openPage()
   return m_page != nullptr;
 }
 
+/// For a file without that tag. Faxes are dark on white.
+std::uint16_t TiffDecoder::guessedPhotometric() const
+{
+  std::uint16_t compression = COMPRESSION_NONE;
+  TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_COMPRESSION, &compression);
+  if (compression >= COMPRESSION_CCITTRLE && compression <= COMPRESSION_CCITTFAX4)
+    return PHOTOMETRIC_MINISWHITE;
+  return m_samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+}
+
 void TiffDecoder::readTags()
 {
   std::uint16_t orientation = ORIENTATION_TOPLEFT, extraSamples = 0;
   const std::uint16_t* kinds = nullptr;
   TIFFGetField(m_page.get(), TIFFTAG_IMAGEWIDTH, &m_width);
   TIFFGetField(m_page.get(), TIFFTAG_IMAGELENGTH, &m_height);
-  TIFFGetField(m_page.get(), TIFFTAG_PHOTOMETRIC, &m_photometric);
   TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_BITSPERSAMPLE, &m_bits);
   TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_SAMPLESPERPIXEL, &m_samples);
   TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_SAMPLEFORMAT, &m_sampleFormat);
   TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_ORIENTATION, &orientation);
   TIFFGetFieldDefaulted(m_page.get(), TIFFTAG_EXTRASAMPLES, &extraSamples, &kinds);
+  if (TIFFGetField(m_page.get(), TIFFTAG_PHOTOMETRIC, &m_photometric) == 0)
+    m_photometric = guessedPhotometric();
   m_orientation = OmExif::orientationOf(orientation);
   m_colors = isGrey() ? 1 : 3;
   if (extraSamples > 0 && kinds != nullptr && m_samples > m_colors)
@@ -191,6 +204,14 @@ bool TiffDecoder::isDirect() const
 {
   return (isGrey() || m_photometric == PHOTOMETRIC_RGB) && (m_bits == 8 || m_bits == 16 || isPacked()) &&
          m_sampleFormat == SAMPLEFORMAT_UINT && m_samples >= m_channels;
+}
+
+/// Whether libtiff converts the colours to the RGB that they stand for. Those of CIE L*a*b* and of LogLuv it adapts to
+/// a screen.
+bool TiffDecoder::isConvertible() const
+{
+  return isGrey() || m_photometric == PHOTOMETRIC_RGB || m_photometric == PHOTOMETRIC_PALETTE ||
+         m_photometric == PHOTOMETRIC_SEPARATED || m_photometric == PHOTOMETRIC_YCBCR;
 }
 
 bool TiffDecoder::readHeader()
@@ -209,6 +230,8 @@ bool TiffDecoder::readHeader()
     m_blocks.emplace(m_page.get(), m_width, m_height, m_samples, m_bits);
     return mayHold(m_blocks->memory()) || fail(TooSmall);
   }
+  if (!isConvertible())
+    return fail("its colours are neither grey, RGB, a palette, CMYK nor YCbCr");
   char reason[1024] = "";
   if (TIFFRGBAImageOK(m_page.get(), reason) == 0)
     return fail(reason);

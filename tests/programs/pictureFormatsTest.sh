@@ -76,6 +76,18 @@ ink.tif 0 rgb.png -colorspace cmyk -depth 8
 jpeg.tif 1 rgb.png -compress jpeg
 pages.tif 0 rgb.png rgba.png -compress zip
 END
+# A picture that would only be like it is refused.
+convert rgb.png -colorspace lab lab.tif
+"$convertPicture" lab.tif lab.pam 2>stderr && wrong "lab.tif is read"
+grep -q 'its colours are neither' stderr || wrong "lab.tif: $(cat stderr)"
+# Without the tag that says what samples mean, which is made into another here, three are RGB and 0 is black.
+for name in strips grey; do
+  python3 -c 'import sys
+data = open(sys.argv[1], "rb").read()
+open("untold.tif", "wb").write(data.replace(b"\x06\x01\x03\x00\x01\x00", b"\x07\x01\x03\x00\x01\x00", 1))' $name.tif
+  convert $name.tif -colorspace srgb -depth 8 PAM:expected.pam
+  same untold.tif expected.pam 0
+done
 convert rgb.png -orient left-bottom -compress zip turned.tif
 convert rgb.png -rotate 270 +repage expected.ppm
 same turned.tif expected.ppm 0
