@@ -39,7 +39,9 @@ JPEG-40x30-1 identity 1.png r11.jpg
 JPEG-40x30-3 identity 4.png r12.JPEG --quality 20
 JPEG-40x30-3 identity 3.png r13.png --format jpeg
 WEBP-40x30- identity 4.png r14.webp
-PPM-40x30- identity 4.png r15.ppm
+PPM-40x30- identity 1.png r15.ppm
+PGM-40x30- identity 3.png r17.PGM
+PGM-40x30- identity 1.png r18.pnm
 PAM-40x30- identity 2.png r16.pam
 END
 "$omdemo" compare 4.png r4 >stdout || wrong "r4: $(cat stdout)"
@@ -50,6 +52,8 @@ END
 "$omrender" filter --shader identity --format webp --out-dir many [1-4].png
 [[ $(cd many && echo ./*) == './1.webp ./2.webp ./3.webp ./4.webp' ]] ||
   wrong "--out-dir with --format: $(ls many)"
+touch file
+refuses 1 'cannot write into "file": it is no directory' filter --shader identity 3.png --out-dir file
 refuses 2 "raw has no suffix" filter --shader identity --format raw --out-dir out 3.png
 refuses 2 "--quality: is of JPEG and WebP, not of png" filter --shader identity --quality 80 3.png --out out.png
 

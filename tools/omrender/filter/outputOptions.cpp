@@ -4,6 +4,7 @@
 #include "tools/omrender/parsedOption.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <map>
 
@@ -54,6 +55,16 @@ std::optional<Writer::Format> formatFor(const OutputOptions& options, const OmSt
   Writer::Format format = Writer::PNG;
   const bool isKnown = Writer::formatOfName(name, format) && supportOf(format).isWritten;
   return isKnown || !std::filesystem::path(name).has_extension() ? std::optional(format) : std::nullopt;
+}
+
+/// The channels that a name promises beyond its format: a PGM file is grey, a PPM file is not.
+std::optional<Writer::Channels> channelsOfName(const OmString& name)
+{
+  OmString suffix = std::filesystem::path(name).extension();
+  std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return std::tolower(c); });
+  if (suffix == ".pgm")
+    return Writer::Grey;
+  return suffix == ".ppm" ? std::optional(Writer::RGB) : std::nullopt;
 }
 
 } // namespace
@@ -125,8 +136,9 @@ Writer::WriteSettings writeSettings(const OutputOptions& options, const OmString
   settings.metadata = options.strip ? nullptr : &input.metadata();
   const bool isGrey = input.header().channels < 3;
   // Raw frames do not change their shape from one to the next.
-  if (options.channels)
-    settings.channels = *options.channels;
+  const auto named = settings.format == Writer::PPM ? channelsOfName(name) : std::nullopt;
+  if (options.channels || named)
+    settings.channels = options.channels ? *options.channels : *named;
   else if (isGrey && settings.format != Writer::Raw)
     settings.channels = Writer::GreyIfEqual;
   // By alpha that the user asks for, the shader's own counts.

@@ -28,6 +28,8 @@ std::optional<OmString> readSuffix(const OmString& text)
 void checkDirectory(const std::filesystem::path& directory)
 {
   std::error_code error;
+  if (std::filesystem::exists(directory, error) && !std::filesystem::is_directory(directory, error))
+    throw Failure("cannot write into " + quoted(directory.string()) + ": it is no directory");
   if (std::filesystem::exists(directory, error))
     return checkTarget((directory / ".png").string());
   std::filesystem::path missing = directory;
