@@ -70,7 +70,7 @@ refuses 1 'nosuch' filter --shader nosuch picture.png "${no[@]}"
 refuses 1 'both be written to "new/a/z.png"' filter --shader invert in --recursive in/z.PNG "${no[@]}"
 refuses 1 'there is no directory "file"' filter --shader invert picture.png --out-dir file/a/b
 mkdir -p taken && echo text >taken/b
-refuses 1 'there is no directory "taken/b"' filter --shader invert in --recursive --out-dir taken
+refuses 1 'cannot write into "taken/b": it is no directory' filter --shader invert in --recursive --out-dir taken
 refuses 1 'over "in/b/broken.png"' filter --shader invert in --recursive --skip-existing --out-dir in
 refuses 2 "--suffix: takes a text without a slash" filter --shader invert picture.png --suffix a/b
 refuses 2 "--suffix: takes a text without a slash" filter --shader invert picture.png --suffix ""
