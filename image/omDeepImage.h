@@ -8,11 +8,9 @@
 /// A picture in memory with 16-bit channels in the processor's byte order, rows packed without padding, top row first.
 ///
 /// \code
-///   OmDeepImage image;
-///   if (!OmImageReaderWriter::read(image, "scan.png"))
-///     return false;
-///   image.data()[0] = 65535; // full light
-///   const OmImage bytes = image.toImage();
+///   OmDeepImage image(3, 640, 480);        // RGB, black
+///   image.data()[0] = 65535;               // the first pixel is red
+///   const OmImage bytes = image.toImage(); // and has 255 here
 /// \endcode
 ///
 /// Sizes are computed in 64 bits. A size that does not fit into memory throws std::bad_alloc.
