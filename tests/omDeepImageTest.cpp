@@ -102,7 +102,7 @@ TEST(omDeepImageTest, ReadsAndWritesWhatHasEightBits)
     const char* file;
     OmU32 depth;
   } cases[] = {{"grey16.png", 16},      {"rgba16.png", 16}, {"rgb16Key.png", 16}, {"grey1.png", 8},
-               {"paletteAlpha.png", 8}, {"rgb.jpg", 8},     {"turned.png", 8}};
+               {"paletteAlpha.png", 8}, {"rgb.jpg", 8},     {"turned.png", 8},    {"turned16.png", 16}};
   for (const auto& c : cases)
   {
     OmImage image;
