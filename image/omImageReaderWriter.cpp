@@ -27,7 +27,7 @@ class GrowingImage : public OmImage
 public:
   void begin(const OmImageDecoder& decoder)
   {
-    m_channels = decoder.channels();
+    m_channels = decoder.channels() * decoder.sampleSize();
     m_width = decoder.width();
     m_height = decoder.height();
     m_rowSize = std::size_t{m_width} * m_channels;
@@ -71,13 +71,23 @@ bool decodePicture(OmImageDecoder& decoder, GrowingImage* image, OmString& reaso
   return false;
 }
 
-/// Fills `metadata` unless it is null.
-bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmImageMetadata* metadata, OmString& reason)
+/// How a picture is read.
+struct Reading
+{
+  OmU32 flags;
+  bool keepsDepth;
+  OmU32 sampleSize; ///< the bytes of a channel that came of it: 1 or 2
+};
+
+/// Reads an image of as many bytes a pixel as there are in its channels. Fills `metadata` unless it is null.
+bool readBytes(const OmInputFile& file, Reading& reading, OmImage& image, OmImageMetadata* metadata, OmString& reason)
 {
   const auto open = [&]
   {
     std::unique_ptr<OmImageDecoder> decoder = OmPictureKinds::openDecoder(file, reason);
-    if (decoder && (flags & OmImageReaderWriter::OpaqueAlpha) != 0)
+    if (decoder && reading.keepsDepth)
+      decoder->keepDepth();
+    if (decoder && (reading.flags & OmImageReaderWriter::OpaqueAlpha) != 0)
       decoder->addOpaqueAlpha();
     return decoder;
   };
@@ -98,6 +108,7 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmImageMe
   }
   if (!decoder || !decodePicture(*decoder, &picture, reason))
     return false;
+  reading.sampleSize = decoder->sampleSize();
   const OmExif::Orientation orientation = decoder->orientation();
   decoder.reset(); // its memory is that of the second picture
   if (orientation == OmExif::TopLeft)
@@ -113,7 +124,27 @@ bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmImageMe
   return true;
 }
 
-bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU32& channels, OmString& reason)
+bool readPicture(const OmInputFile& file, OmU32 flags, OmImage& image, OmImageMetadata* metadata, OmString& reason)
+{
+  Reading reading = {flags, false, 1};
+  return readBytes(file, reading, image, metadata, reason);
+}
+
+bool readPicture(const OmInputFile& file, OmU32 flags, OmDeepImage& image, OmImageMetadata* metadata, OmString& reason)
+{
+  Reading reading = {flags, true, 1};
+  OmImage bytes;
+  OmImageMetadata found;
+  if (!readBytes(file, reading, bytes, &found, reason))
+    return false;
+  image = reading.sampleSize == 2 ? OmDeepImage(std::move(bytes)) : OmDeepImage::fromImage(bytes);
+  if (metadata != nullptr)
+    *metadata = std::move(found);
+  return true;
+}
+
+bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU32& channels, OmU32& depth,
+                       OmString& reason)
 {
   const std::unique_ptr<OmImageDecoder> decoder = OmPictureKinds::openDecoder(file, reason);
   if (!decoder)
@@ -122,6 +153,7 @@ bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU
   width = turned ? decoder->height() : decoder->width();
   height = turned ? decoder->width() : decoder->height();
   channels = decoder->channels();
+  depth = decoder->depth();
   return true;
 }
 
@@ -159,6 +191,33 @@ bool reportFailure(const char* what, const OmString& fileName, const Operation& 
   return false;
 }
 
+template <typename Image>
+bool writePicture(const Image& image, const OmString& fileName, const OmImageReaderWriter::WriteSettings& settings)
+{
+  return reportFailure("write", fileName,
+                       [&](OmString& reason)
+                       {
+                         std::vector<OmU8> bytes;
+                         return OmPictureKinds::encode(image, settings, bytes, reason) &&
+                                writeFile(bytes, fileName, reason);
+                       });
+}
+
+template <typename Image>
+bool encodePicture(const Image& image, const OmString& name, const OmImageReaderWriter::WriteSettings& settings,
+                   std::vector<OmU8>& bytes)
+{
+  return reportFailure("write", name,
+                       [&](OmString& reason)
+                       {
+                         std::vector<OmU8> file;
+                         if (!OmPictureKinds::encode(image, settings, file, reason))
+                           return false;
+                         bytes = std::move(file);
+                         return true;
+                       });
+}
+
 } // namespace
 
 OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName)
@@ -182,12 +241,35 @@ OmBoolean OmImageReaderWriter::read(OmImage& image, const OmString& fileName, Om
                        { return file.open(fileName, reason) && readPicture(file, flags, image, &metadata, reason); });
 }
 
+OmBoolean OmImageReaderWriter::read(OmDeepImage& image, const OmString& fileName)
+{
+  OmImageMetadata ignored;
+  return read(image, fileName, 0, ignored);
+}
+
+OmBoolean OmImageReaderWriter::read(OmDeepImage& image, const OmString& fileName, OmU32 flags,
+                                    OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", fileName,
+                       [&](OmString& reason)
+                       { return file.open(fileName, reason) && readPicture(file, flags, image, &metadata, reason); });
+}
+
 OmBoolean OmImageReaderWriter::readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels)
+{
+  OmU32 depth = 0;
+  return readHeader(fileName, width, height, channels, depth);
+}
+
+OmBoolean OmImageReaderWriter::readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels,
+                                          OmU32& depth)
 {
   OmInputFile file;
   return reportFailure("read", fileName,
                        [&](OmString& reason) {
-                         return file.open(fileName, reason) && readPictureHeader(file, width, height, channels, reason);
+                         return file.open(fileName, reason) &&
+                                readPictureHeader(file, width, height, channels, depth, reason);
                        });
 }
 
@@ -208,13 +290,30 @@ OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& b
                        { return file.open(bytes, reason) && readPicture(file, flags, image, &metadata, reason); });
 }
 
+OmBoolean OmImageReaderWriter::decode(OmDeepImage& image, const std::vector<OmU8>& bytes, const OmString& name,
+                                      OmU32 flags, OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", name,
+                       [&](OmString& reason)
+                       { return file.open(bytes, reason) && readPicture(file, flags, image, &metadata, reason); });
+}
+
 OmBoolean OmImageReaderWriter::decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width,
                                             OmU32& height, OmU32& channels)
+{
+  OmU32 depth = 0;
+  return decodeHeader(bytes, name, width, height, channels, depth);
+}
+
+OmBoolean OmImageReaderWriter::decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width,
+                                            OmU32& height, OmU32& channels, OmU32& depth)
 {
   OmInputFile file;
   return reportFailure("read", name,
                        [&](OmString& reason) {
-                         return file.open(bytes, reason) && readPictureHeader(file, width, height, channels, reason);
+                         return file.open(bytes, reason) &&
+                                readPictureHeader(file, width, height, channels, depth, reason);
                        });
 }
 
@@ -225,25 +324,22 @@ OmBoolean OmImageReaderWriter::write(const OmImage& image, const OmString& fileN
 
 OmBoolean OmImageReaderWriter::write(const OmImage& image, const OmString& fileName, const WriteSettings& settings)
 {
-  return reportFailure("write", fileName,
-                       [&](OmString& reason)
-                       {
-                         std::vector<OmU8> bytes;
-                         return OmPictureKinds::encode(image, settings, bytes, reason) &&
-                                writeFile(bytes, fileName, reason);
-                       });
+  return writePicture(image, fileName, settings);
+}
+
+OmBoolean OmImageReaderWriter::write(const OmDeepImage& image, const OmString& fileName, const WriteSettings& settings)
+{
+  return writePicture(image, fileName, settings);
 }
 
 OmBoolean OmImageReaderWriter::encode(const OmImage& image, const OmString& name, const WriteSettings& settings,
                                       std::vector<OmU8>& bytes)
 {
-  return reportFailure("write", name,
-                       [&](OmString& reason)
-                       {
-                         std::vector<OmU8> file;
-                         if (!OmPictureKinds::encode(image, settings, file, reason))
-                           return false;
-                         bytes = std::move(file);
-                         return true;
-                       });
+  return encodePicture(image, name, settings, bytes);
+}
+
+OmBoolean OmImageReaderWriter::encode(const OmDeepImage& image, const OmString& name, const WriteSettings& settings,
+                                      std::vector<OmU8>& bytes)
+{
+  return encodePicture(image, name, settings, bytes);
 }

@@ -1,6 +1,7 @@
 #ifndef OM_IMAGE_READER_WRITER_H
 #define OM_IMAGE_READER_WRITER_H
 
+#include "image/omDeepImage.h"
 #include "image/omImage.h"
 #include "image/omImageMetadata.h"
 
@@ -102,19 +103,34 @@ public:
   /// read, `metadata` is unchanged too.
   static OmBoolean read(OmImage& image, const OmString& fileName, OmU32 flags, OmImageMetadata& metadata);
 
+  /// The same with 16-bit channels. PNG and TIFF files of 16 bits keep them; the channels of all others are those that
+  /// an OmImage gets, times 257.
+  static OmBoolean read(OmDeepImage& image, const OmString& fileName);
+  /// The same with ReadFlags, or 0, and what the file says besides its pixels.
+  static OmBoolean read(OmDeepImage& image, const OmString& fileName, OmU32 flags, OmImageMetadata& metadata);
+
   /// Reads only a picture file's header: the size in pixels, upright, and the channel count that read() would give. A
   /// failure is reported as by read() and leaves the arguments unchanged.
   static OmBoolean readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels);
+  /// The same, and the bits of a channel: 16 if an OmDeepImage keeps more of the file than an OmImage does,
+  /// otherwise 8.
+  static OmBoolean readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels, OmU32& depth);
 
   /// Reads a picture file that is in memory, as read() does. Messages call it `name`.
   static OmBoolean decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags);
   /// The same, and what the file says besides its pixels, as read() does.
   static OmBoolean decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags,
                           OmImageMetadata& metadata);
+  /// The same with 16-bit channels, as read() does.
+  static OmBoolean decode(OmDeepImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags,
+                          OmImageMetadata& metadata);
 
   /// Reads only the header of a picture file that is in memory, as readHeader() does. Messages call it `name`.
   static OmBoolean decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width, OmU32& height,
                                 OmU32& channels);
+  /// The same, and the bits of a channel, as readHeader() does.
+  static OmBoolean decodeHeader(const std::vector<OmU8>& bytes, const OmString& name, OmU32& width, OmU32& height,
+                                OmU32& channels, OmU32& depth);
 
   /// Writes the pixels of an image of 1 to 4 channels as a PNG file, complete or not at all: a temporary file in the
   /// same directory is renamed to `fileName` once everything is on the disk. If that fails, or the image has no pixels
@@ -123,9 +139,14 @@ public:
   static OmBoolean write(const OmImage& image, const OmString& fileName);
   /// The same in another format or with other settings.
   static OmBoolean write(const OmImage& image, const OmString& fileName, const WriteSettings& settings);
+  /// The same with 16-bit channels. PNG keeps them; other formats get OmDeepImage::toImage().
+  static OmBoolean write(const OmDeepImage& image, const OmString& fileName, const WriteSettings& settings);
 
   /// Makes a picture file in memory, as write() does. Messages call it `name`. If that fails, `bytes` is unchanged.
   static OmBoolean encode(const OmImage& image, const OmString& name, const WriteSettings& settings,
+                          std::vector<OmU8>& bytes);
+  /// The same with 16-bit channels, as write() does.
+  static OmBoolean encode(const OmDeepImage& image, const OmString& name, const WriteSettings& settings,
                           std::vector<OmU8>& bytes);
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 namespace
@@ -60,11 +61,11 @@ private:
 };
 
 /// Adds a row by its weight. With an alpha channel, the colours are multiplied by it.
-template <std::size_t Channels, bool HasAlpha>
-void addRow(const OmU8* row, std::size_t pixels, float weight, float* sums)
+template <std::size_t Channels, bool HasAlpha, typename Sample>
+void addRow(const Sample* row, std::size_t pixels, float weight, float* sums)
 {
   if constexpr (HasAlpha)
-    for (const OmU8* const end = row + pixels * Channels; row != end; row += Channels, sums += Channels)
+    for (const Sample* const end = row + pixels * Channels; row != end; row += Channels, sums += Channels)
     {
       const float alpha = weight * static_cast<float>(row[Channels - 1]);
       for (std::size_t c = 0; c < Channels; ++c)
@@ -95,22 +96,24 @@ void makeRow(const float* sums, const Side& side, float* row)
 }
 
 /// Rounds.
-void makeBytes(const float* values, std::size_t count, OmU8* bytes)
+template <typename Sample>
+void makeSamples(const float* values, std::size_t count, Sample* samples)
 {
+  constexpr float Largest = std::numeric_limits<Sample>::max();
   for (std::size_t i = 0; i < count; ++i)
-    bytes[i] = static_cast<OmU8>(static_cast<int>(std::min(values[i] + 0.5F, 255.0F)));
+    samples[i] = static_cast<Sample>(static_cast<int>(std::min(values[i] + 0.5F, Largest)));
 }
 
-template <std::size_t Channels, bool HasAlpha>
-OmImage scaledAs(const OmImage& image, OmU32 width, OmU32 height)
+template <typename Image, std::size_t Channels, bool HasAlpha>
+Image scaledAs(const Image& image, OmU32 width, OmU32 height)
 {
-  OmImage result(Channels, width, height);
+  Image result(Channels, width, height);
   const Side columns(image.width(), width);
   const Side rows(image.height(), height);
   const std::size_t rowSize = std::size_t{image.width()} * Channels;
   std::vector<float> sums(rowSize);
   std::vector<float> row(std::size_t{width} * Channels);
-  OmU8* to = result.data();
+  auto* to = result.data();
   for (const Span& span : rows.spans())
   {
     std::fill(sums.begin(), sums.end(), 0.0F);
@@ -118,33 +121,51 @@ OmImage scaledAs(const OmImage& image, OmU32 width, OmU32 height)
       addRow<Channels, HasAlpha>(image.data() + (span.start + i) * rowSize, image.width(), rows.weights(span)[i],
                                  sums.data());
     makeRow<Channels, HasAlpha>(sums.data(), columns, row.data());
-    makeBytes(row.data(), row.size(), to);
+    makeSamples(row.data(), row.size(), to);
     to += row.size();
   }
   return result;
 }
 
+template <typename Image>
 struct Scaler
 {
   OmU32 channels;
   bool hasAlpha;
-  OmImage (*scaled)(const OmImage& image, OmU32 width, OmU32 height);
+  Image (*scaled)(const Image& image, OmU32 width, OmU32 height);
 };
 
-constexpr Scaler Scalers[] = {
-    {1, false, scaledAs<1, false>}, {2, false, scaledAs<2, false>}, {2, true, scaledAs<2, true>},
-    {3, false, scaledAs<3, false>}, {4, false, scaledAs<4, false>}, {4, true, scaledAs<4, true>},
+template <typename Image>
+constexpr Scaler<Image> Scalers[] = {
+    {1, false, scaledAs<Image, 1, false>}, {2, false, scaledAs<Image, 2, false>}, {2, true, scaledAs<Image, 2, true>},
+    {3, false, scaledAs<Image, 3, false>}, {4, false, scaledAs<Image, 4, false>}, {4, true, scaledAs<Image, 4, true>},
 };
+
+template <typename Image>
+Image scaledImage(const Image& image, OmU32 width, OmU32 height, bool isOpaque)
+{
+  const bool hasAlpha = image.channels() % 2 == 0 && !isOpaque;
+  for (const Scaler<Image>& scaler : Scalers<Image>)
+    if (scaler.channels == image.channels() && scaler.hasAlpha == hasAlpha && image.data() && width > 0 && height > 0)
+      return scaler.scaled(image, width, height);
+  return Image();
+}
 
 } // namespace
 
 OmImage OmImageScaling::scaled(const OmImage& image, OmU32 width, OmU32 height, OmBoolean isOpaque)
 {
-  const bool hasAlpha = image.channels() % 2 == 0 && !isOpaque;
-  for (const Scaler& scaler : Scalers)
-    if (scaler.channels == image.channels() && scaler.hasAlpha == hasAlpha && image.data() && width > 0 && height > 0)
-      return scaler.scaled(image, width, height);
-  return OmImage();
+  return scaledImage(image, width, height, isOpaque);
+}
+
+OmDeepImage OmImageScaling::scaled(const OmDeepImage& image, OmU32 width, OmU32 height, OmBoolean isOpaque)
+{
+  return scaledImage(image, width, height, isOpaque);
+}
+
+OmDeepImage OmImageScaling::cropped(const OmDeepImage& image, const OmImageBlock& block)
+{
+  return OmDeepImage(cropped(image.bytes(), block));
 }
 
 OmImage OmImageScaling::cropped(const OmImage& image, const OmImageBlock& block)

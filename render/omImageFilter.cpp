@@ -72,7 +72,8 @@ OmString sizeFailure(const OmString& what, OmU32 width, OmU32 height)
 }
 
 /// Why an image cannot be filtered; an empty text if it can, scaled where it must be.
-OmString imageFailure(const OmString& what, const OmImage& image)
+template <typename Image>
+OmString imageFailure(const OmString& what, const Image& image)
 {
   if (!image.data())
     return what + " has no pixels";
@@ -125,6 +126,8 @@ public:
   template <typename Job>
   bool inContext(Job job);
   OmString run(const OmImage& image, OmImage& result);
+  OmString run(const OmDeepImage& image, OmDeepImage& result);
+  static bool takesDeepImages();
   std::vector<OmUniformSetting> currentSettings() const { return m_program->settings(); }
 
 private:
@@ -137,13 +140,16 @@ private:
   OmString loadPictures();
   OmString missingPicture() const;
   OmFilterStep step() const { return {m_program.get(), &m_textures, passes == 0 ? fragment->passes : passes, floats}; }
-  OmString runScaled(const OmImage& image, bool isScaled, const OmFilterRun& filterRun, OmImage& result);
-  OmString runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result);
+  template <typename Image>
+  OmString runAs(OmPictureTexture::Samples samples, const Image& image, Image& result);
+  template <typename Image>
+  OmString runSteps(const Image& image, const OmFilterRun& filterRun, Image& result);
 
   OmShareGroup m_home; ///< the context in which the following lives
   std::unique_ptr<OmFilterProgram> m_program;
   std::list<OmPictureTexture> m_textures; ///< of the pictures, in their order
   std::unique_ptr<OmFilterPasses> m_passes;
+  std::optional<OmPictureTexture::Samples> m_deepSamples; ///< of the context, once it is known
   bool m_areUniformsSet = false;
   bool m_arePicturesLoaded = false;
 };
@@ -183,6 +189,7 @@ void OmImageFilter::Work::forget()
   m_program.reset();
   m_passes.reset();
   m_textures.clear();
+  m_deepSamples.reset();
   m_home = OmShareGroup();
 }
 
@@ -347,8 +354,34 @@ OmString OmImageFilter::Work::missingPicture() const
 
 OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
 {
+  if (image.isFlipped() && image.data())
+    return runAs(OmPictureTexture::Bytes, upright(image), result);
+  return runAs(OmPictureTexture::Bytes, image, result);
+}
+
+OmString OmImageFilter::Work::run(const OmDeepImage& image, OmDeepImage& result)
+{
+  if (!m_deepSamples)
+    m_deepSamples = OmFilterPasses::deepSamples();
+  if (!m_deepSamples)
+    return "16-bit channels need textures of 16 bits or floats, and " + renderer() + " has neither";
+  return runAs(*m_deepSamples, image, result);
+}
+
+/// In the current context.
+bool OmImageFilter::Work::takesDeepImages()
+{
+  if (!OmGL::isSupported(OmGL::SupportShaders | OmGL::SupportFBO))
+    return false;
+  const OmCallerState state;
+  return state.isSaved() && OmFilterPasses::deepSamples();
+}
+
+template <typename Image>
+OmString OmImageFilter::Work::runAs(OmPictureTexture::Samples samples, const Image& image, Image& result)
+{
   const bool isScaled = width != 0 && height != 0 && (width != image.width() || height != image.height());
-  OmFilterRun filterRun = {{}, image.channels() % 2 == 0 && !isOpaque};
+  OmFilterRun filterRun = {{}, image.channels() % 2 == 0 && !isOpaque, samples};
   OmString failure = imageFailure("the image", image);
   if (failure.empty())
     failure =
@@ -361,20 +394,13 @@ OmString OmImageFilter::Work::run(const OmImage& image, OmImage& result)
   }
   if (!failure.empty())
     return failure;
-  if (image.isFlipped())
-    return runScaled(upright(image), isScaled, filterRun, result);
-  return runScaled(image, isScaled, filterRun, result);
+  if (isScaled)
+    return runSteps(OmImageScaling::scaled(image, width, height, isOpaque), filterRun, result);
+  return runSteps(image, filterRun, result);
 }
 
-OmString OmImageFilter::Work::runScaled(const OmImage& image, bool isScaled, const OmFilterRun& filterRun,
-                                        OmImage& result)
-{
-  if (!isScaled)
-    return runSteps(image, filterRun, result);
-  return runSteps(OmImageScaling::scaled(image, width, height, isOpaque), filterRun, result);
-}
-
-OmString OmImageFilter::Work::runSteps(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)
+template <typename Image>
+OmString OmImageFilter::Work::runSteps(const Image& image, const OmFilterRun& filterRun, Image& result)
 {
   // Only success keeps the storage: a failure may have left it undefined.
   std::unique_ptr<OmFilterPasses> steps = m_passes ? std::move(m_passes) : std::make_unique<OmFilterPasses>();
@@ -497,4 +523,15 @@ OmU32 OmImageFilter::largestSide()
 OmBoolean OmImageFilter::run(const OmImage& image, OmImage& result)
 {
   return m_work->inContext([&] { return m_work->run(image, result); });
+}
+
+OmBoolean OmImageFilter::run(const OmDeepImage& image, OmDeepImage& result)
+{
+  return m_work->inContext([&] { return m_work->run(image, result); });
+}
+
+OmBoolean OmImageFilter::takesDeepImages()
+{
+  const OmFilterContext::Use use(*m_work->context);
+  return use.isCurrent() && Work::takesDeepImages();
 }

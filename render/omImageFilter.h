@@ -8,6 +8,7 @@
 #include <vector>
 
 class OmColorTable;
+class OmDeepImage;
 class OmImage;
 
 /// Runs a fragment shader over images, on the card and off screen.
@@ -153,6 +154,13 @@ public:
   /// sampler has no picture, if the image has no pixels or more than 4 channels, and if the card cannot hold the
   /// result.
   OmBoolean run(const OmImage& image, OmImage& result);
+  /// The same with 16-bit channels: bytes above are words here, between the passes too. A card that does not keep 16
+  /// bits in textures is given 32-bit floats in their place, which are not clamped between the passes; one that has
+  /// neither makes this fail.
+  OmBoolean run(const OmDeepImage& image, OmDeepImage& result);
+  /// Whether the card keeps 16-bit channels; opens the hidden window if no window is current. If none opens, false is
+  /// returned and an error message printed.
+  OmBoolean takesDeepImages();
 
 private:
   class OM_INTERNAL Work;

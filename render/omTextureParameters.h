@@ -33,6 +33,8 @@ public:
     Luminance = GL_LUMINANCE,
     LuminanceAlpha = GL_LUMINANCE_ALPHA,
 
+    RGBA16 = GL_RGBA16, ///< storage of 16 bits a channel; a card may store fewer
+
     // Pixels for integer textures (GL_EXT_texture_integer)
     RGBInteger = GL_RGB_INTEGER_EXT,
     RGBAInteger = GL_RGBA_INTEGER_EXT,

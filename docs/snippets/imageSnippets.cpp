@@ -5,6 +5,7 @@
 #include "foundation/common/omUtils.h"
 #include "foundation/core/omApplication.h"
 #include "foundation/core/omPrint.h"
+#include "image/omDeepImage.h"
 #include "image/omImage.h"
 #include "image/omImageMetadata.h"
 #include "image/omImageReaderWriter.h"
@@ -85,6 +86,16 @@ void image()
   CHECK(std::count(image.data(), image.data() + image.byteSize(), OmU8(0)) == 640 * 480 * 3 - 1);
 }
 
+void deepImage()
+{
+  // [omDeepImage.h
+  OmDeepImage image(3, 640, 480);        // RGB, black
+  image.data()[0] = 65535;               // the first pixel is red
+  const OmImage bytes = image.toImage(); // and has 255 here
+  // omDeepImage.h]
+  CHECK(bytes.data()[0] == 255 && bytes.data()[1] == 0 && bytes.channels() == 3 && bytes.height() == 480);
+}
+
 int readAndWrite()
 {
   // [omImageReaderWriter.h
@@ -156,6 +167,7 @@ int main(int argc, char** argv)
   application();
   print();
   image();
+  deepImage();
   stream();
   pixel();
   CHECK(readAndWrite() == 1); // there is no photo.jpg yet

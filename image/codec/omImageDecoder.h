@@ -9,8 +9,9 @@
 
 /// Decodes one picture file row by row.
 ///
-/// The steps are readHeader(), addOpaqueAlpha() if that is wanted, start(), readRow() for every row of every pass, and
-/// finish(), in this order. If one of them returns false, reason() says why, and no other step may follow.
+/// The steps are readHeader(), addOpaqueAlpha() and keepDepth() if that is wanted, start(), readRow() for every row of
+/// every pass, and finish(), in this order. If one of them returns false, reason() says why, and no other step may
+/// follow.
 class OmImageDecoder
 {
 public:
@@ -27,12 +28,18 @@ public:
   OmU32 channels() const { return m_channels; }
   /// How the rows that are read stand; whoever wants the picture upright turns it.
   OmExif::Orientation orientation() const { return m_orientation; }
-  /// RGB pictures get a fourth channel of 255 everywhere.
+  /// RGB pictures get a fourth channel of full value everywhere.
   void addOpaqueAlpha()
   {
     m_addsAlpha = m_channels == 3;
     m_channels += m_addsAlpha ? 1 : 0;
   }
+  /// The bits of a channel in the file, as far as rows may have them: 8 or 16.
+  OmU32 depth() const { return m_depth; }
+  /// Rows of a file of 16 bits get 16, in the processor's byte order; others stay at 8. Goes before start().
+  void keepDepth() { m_sampleSize = m_depth / 8; }
+  /// The bytes of a channel in the rows that are read: 1 or 2.
+  OmU32 sampleSize() const { return m_sampleSize; }
   /// Adds what the file says besides its pixels, if anybody wants to know. Goes between readHeader() and start().
   virtual void readMetadata(OmImageMetadata&) {}
   /// How often all rows are read, top to bottom. After the first pass, readRow() must be given the row as the pass
@@ -41,7 +48,7 @@ public:
 
   /// Prepares for the first row.
   virtual bool start() = 0;
-  /// Decodes the next row into width() * channels() bytes. A null row is decoded and not kept.
+  /// Decodes the next row into width() * channels() * sampleSize() bytes. A null row is decoded and not kept.
   virtual bool readRow(OmU8* row) = 0;
   /// Reads on to the end of the picture, past the pixels.
   virtual bool finish() = 0;
@@ -52,13 +59,15 @@ protected:
   /// Keeps the reason and returns false.
   bool fail(const char* reason)
   {
-    std::snprintf(m_reason, sizeof m_reason, "%s", reason);
+    std::snprintf(m_reason, sizeof m_reason, "%.*s", static_cast<int>(sizeof m_reason) - 1, reason);
     return false;
   }
 
   OmU32 m_width = 0;
   OmU32 m_height = 0;
   OmU32 m_channels = 0;
+  OmU32 m_depth = 8;
+  OmU32 m_sampleSize = 1;
   OmExif::Orientation m_orientation = OmExif::TopLeft;
   int m_passes = 1;
   bool m_addsAlpha = false; ///< the fourth channel is not in the file

@@ -60,18 +60,20 @@ Limits limitsOf(Writer::Format format)
 }
 
 /// Whether red, green and blue are equal in every pixel. A picture with colours is left at its first row that has some.
-bool isGrey(const OmImage& image)
+template <typename Image>
+bool isGrey(const Image& image)
 {
   const std::size_t channels = image.channels();
-  const OmU8* pixel = image.data();
-  OmU8 differences = 0;
+  const auto* pixel = image.data();
+  int differences = 0;
   for (OmU32 y = 0; y < image.height() && differences == 0; ++y)
     for (OmU32 x = 0; x < image.width(); ++x, pixel += channels)
-      differences = static_cast<OmU8>(differences | (pixel[0] ^ pixel[1]) | (pixel[0] ^ pixel[2]));
+      differences |= (pixel[0] ^ pixel[1]) | (pixel[0] ^ pixel[2]);
   return differences == 0;
 }
 
-OmU32 chosenChannels(const OmImage& image, Writer::Channels choice)
+template <typename Image>
+OmU32 chosenChannels(const Image& image, Writer::Channels choice)
 {
   const OmU32 own = image.channels();
   switch (choice)
@@ -95,7 +97,8 @@ OmImage withChannels(const OmImage& image, OmU32 channels, OmImageRows::LostAlph
 }
 
 /// Gives the reason why an image cannot be written, or an empty one.
-OmString obstacle(const OmImage& image, const Writer::WriteSettings& settings, OmU32 channels)
+template <typename Image>
+OmString obstacle(const Image& image, const Writer::WriteSettings& settings, OmU32 channels)
 {
   const Limits limits = limitsOf(settings.format);
   if (image.data() == nullptr)
@@ -111,6 +114,24 @@ OmString obstacle(const OmImage& image, const Writer::WriteSettings& settings, O
   if (settings.quality < 0 || settings.quality > 100)
     return "the quality " + std::to_string(settings.quality) + " is not from 0 to 100";
   return "";
+}
+
+/// The channels that are written, grey also for a format without grey, or 0 and the reason why the image cannot be
+/// written.
+template <typename Image>
+OmU32 writtenChannels(const Image& image, const Writer::WriteSettings& settings, OmString& reason)
+{
+  const Limits limits = limitsOf(settings.format);
+  OmU32 channels = chosenChannels(image, settings.channels);
+  if (channels % 2 == 0 && (settings.withoutAlpha || !limits.hasAlpha))
+    --channels;
+  reason = obstacle(image, settings, channels);
+  return reason.empty() ? channels : 0;
+}
+
+OmImageRows::LostAlpha lostAlpha(const Writer::WriteSettings& settings)
+{
+  return settings.withoutAlpha ? OmImageRows::LeftOut : OmImageRows::OverWhite;
 }
 
 } // namespace
@@ -149,23 +170,17 @@ std::unique_ptr<OmImageDecoder> OmPictureKinds::openDecoder(const OmInputFile& f
 bool OmPictureKinds::encode(const OmImage& image, const Writer::WriteSettings& settings, std::vector<OmU8>& bytes,
                             OmString& reason)
 {
-  const Limits limits = limitsOf(settings.format);
-  OmU32 channels = chosenChannels(image, settings.channels);
-  if (channels % 2 == 0 && (settings.withoutAlpha || !limits.hasAlpha))
-    --channels;
-  reason = obstacle(image, settings, channels);
-  if (!reason.empty())
+  OmU32 channels = writtenChannels(image, settings, reason);
+  if (channels == 0)
     return false;
-
-  const auto lostAlpha = settings.withoutAlpha ? OmImageRows::LeftOut : OmImageRows::OverWhite;
   OmImage grey; // what becomes grey stays it in a format that only has colours
-  if (channels < 3 && !limits.hasGrey)
+  if (channels < 3 && !limitsOf(settings.format).hasGrey)
   {
     if (image.channels() > 2)
-      grey = withChannels(image, channels, lostAlpha);
+      grey = withChannels(image, channels, lostAlpha(settings));
     channels += 2;
   }
-  OmImageRows rows(grey.data() != nullptr ? grey : image, channels, lostAlpha);
+  OmImageRows rows(grey.data() != nullptr ? grey : image, channels, lostAlpha(settings));
   switch (settings.format)
   {
   case Writer::PNG:
@@ -179,4 +194,17 @@ bool OmPictureKinds::encode(const OmImage& image, const Writer::WriteSettings& s
     OmPnmEncoder(settings.format).encode(rows, bytes);
     return true;
   }
+}
+
+bool OmPictureKinds::encode(const OmDeepImage& image, const Writer::WriteSettings& settings, std::vector<OmU8>& bytes,
+                            OmString& reason)
+{
+  if (settings.format != Writer::PNG)
+    return encode(image.toImage(), settings, bytes, reason);
+  const OmU32 channels = writtenChannels(image, settings, reason);
+  if (channels == 0)
+    return false;
+  OmImageRows rows(image, channels, lostAlpha(settings));
+  OmPngEncoder(settings).encode(rows, bytes);
+  return true;
 }

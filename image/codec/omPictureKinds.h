@@ -17,6 +17,9 @@ std::unique_ptr<OmImageDecoder> openDecoder(const OmInputFile& file, OmString& r
 /// Appends a whole picture file to `bytes`. On failure `reason` says why. Throws std::bad_alloc if memory runs out.
 bool encode(const OmImage& image, const OmImageReaderWriter::WriteSettings& settings, std::vector<OmU8>& bytes,
             OmString& reason);
+/// The same with 16-bit channels, which PNG keeps and the other formats do not.
+bool encode(const OmDeepImage& image, const OmImageReaderWriter::WriteSettings& settings, std::vector<OmU8>& bytes,
+            OmString& reason);
 
 } // namespace OmPictureKinds
 

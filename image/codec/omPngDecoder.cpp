@@ -90,6 +90,7 @@ bool OmPngDecoder::readHeader()
         const bool hasAlpha =
             (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(m_png, m_info, PNG_INFO_tRNS) != 0;
         m_channels = ((colorType & PNG_COLOR_MASK_COLOR) != 0 ? 3U : 1U) + (hasAlpha ? 1U : 0U);
+        m_depth = png_get_bit_depth(m_png, m_info) == 16 ? 16 : 8;
         m_passes = png_set_interlace_handling(m_png);
       });
   return done && (fileMayHoldPicture() || fail("the file is too small for the size in its header"));
@@ -110,13 +111,16 @@ bool OmPngDecoder::start()
       [this]
       {
         png_set_expand(m_png);
-        png_set_scale_16(m_png);
+        if (m_sampleSize == 1)
+          png_set_scale_16(m_png);
+        else if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__)
+          png_set_swap(m_png);
         if (m_addsAlpha)
-          png_set_add_alpha(m_png, 0xff, PNG_FILLER_AFTER);
+          png_set_add_alpha(m_png, 0xffff, PNG_FILLER_AFTER);
         png_read_update_info(m_png, m_info);
       });
   // readRow() is given rows of the length that follows from the header.
-  return done && (png_get_rowbytes(m_png, m_info) == std::uint64_t{m_width} * m_channels ||
+  return done && (png_get_rowbytes(m_png, m_info) == std::uint64_t{m_width} * m_channels * m_sampleSize ||
                   fail("its pixels do not have the layout that the header announces"));
 }
 

@@ -6,8 +6,8 @@
 
 #include <png.h>
 
-/// Decodes a PNG file to 8-bit channels with libpng. A palette, a transparent colour and grey of less than 8 bits are
-/// expanded, 16 bits are scaled to 8, and gamma is ignored.
+/// Decodes a PNG file to 8-bit or 16-bit channels with libpng. A palette, a transparent colour and grey of less than 8
+/// bits are expanded, 16 bits are scaled to 8 unless they are kept, and gamma is ignored.
 class OmPngDecoder : public OmImageDecoder
 {
 public:

@@ -42,7 +42,7 @@ Bytes allocate(std::size_t size)
 /// The rows, each behind a byte that names its filter.
 Bytes filtered(OmImageRows& rows, OmPngFilter::Choice choice)
 {
-  OmPngFilter filter(choice, rows.rowSize(), rows.channels());
+  OmPngFilter filter(choice, rows.rowSize(), std::size_t{rows.channels()} * rows.sampleSize());
   Bytes result = allocate((rows.rowSize() + 1) * rows.height());
   const OmU8* previous = nullptr;
   for (OmU32 y = 0; y < rows.height(); ++y)
@@ -114,7 +114,8 @@ std::vector<OmU8> header(const OmImageRows& rows)
   std::vector<OmU8> bytes;
   appendNumber(rows.width(), bytes);
   appendNumber(rows.height(), bytes);
-  bytes.insert(bytes.end(), {8, ColorTypes[rows.channels() - 1], 0, 0, 0}); // 8 bits, not interlaced
+  const auto depth = static_cast<OmU8>(8 * rows.sampleSize());
+  bytes.insert(bytes.end(), {depth, ColorTypes[rows.channels() - 1], 0, 0, 0}); // not interlaced
   return bytes;
 }
 

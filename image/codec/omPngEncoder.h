@@ -4,7 +4,7 @@
 #include "image/codec/omImageRows.h"
 #include "image/omImageReaderWriter.h"
 
-/// Encodes a picture of 1 to 4 channels as PNG, compressed by libdeflate.
+/// Encodes a picture of 1 to 4 channels of 8 or 16 bits as PNG, compressed by libdeflate.
 class OmPngEncoder
 {
 public:

@@ -97,9 +97,11 @@ private:
   std::unique_ptr<OmU32[]> m_pixels; ///< not initialized: memory that is not decoded into is not taken
 };
 
-OmU8 unmultiplied(OmU8 color, OmU8 alpha)
+template <typename Sample>
+Sample unmultiplied(Sample color, Sample alpha)
 {
-  return alpha == 0 ? OmU8{0} : static_cast<OmU8>(std::min(255U, (color * 255U + alpha / 2U) / alpha));
+  constexpr OmU32 Largest = std::numeric_limits<Sample>::max();
+  return alpha == 0 ? Sample{0} : static_cast<Sample>(std::min(Largest, (color * Largest + alpha / 2U) / alpha));
 }
 
 class TiffDecoder : public OmImageDecoder
@@ -126,8 +128,10 @@ private:
   bool isGrey() const { return m_photometric == PHOTOMETRIC_MINISBLACK || m_photometric == PHOTOMETRIC_MINISWHITE; }
   bool mayHold(std::uint64_t bytes) const { return bytes <= FreeBytes || bytes / Ratio <= m_file.size(); }
   bool failByLibrary(const char* otherwise) { return m_reason[0] == '\0' ? fail(otherwise) : false; }
-  OmU8 sample(const OmU8* samples, std::size_t number) const;
-  void convertSamples(const OmU8* samples, OmU8* row) const;
+  template <typename Sample>
+  Sample sample(const OmU8* samples, std::size_t number) const;
+  template <typename Sample>
+  void convertSamples(const OmU8* samples, Sample* row) const;
   void copyConverted(const OmU32* pixels, OmU8* row) const;
   static int onError(TIFF*, void* decoder, const char*, const char* format, va_list arguments);
   static int onWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
@@ -227,6 +231,7 @@ bool TiffDecoder::readHeader()
     return fail(TooSmall);
   if (isDirect())
   {
+    m_depth = m_bits == 16 ? 16 : 8;
     m_blocks.emplace(m_page.get(), m_width, m_height, m_samples, m_bits);
     return mayHold(m_blocks->memory()) || fail(TooSmall);
   }
@@ -269,8 +274,10 @@ bool TiffDecoder::start()
   return reason[0] != '\0' ? fail(reason) : failByLibrary("the TIFF picture is damaged");
 }
 
-/// A sample scaled to 8 bits, counted from the start of the row.
-OmU8 TiffDecoder::sample(const OmU8* samples, std::size_t number) const
+/// A sample counted from the start of the row. One of 16 bits is scaled to 8 for a row of bytes; only such samples go
+/// into rows of 16 bits.
+template <typename Sample>
+Sample TiffDecoder::sample(const OmU8* samples, std::size_t number) const
 {
   if (m_bits == 8)
     return samples[number];
@@ -279,25 +286,27 @@ OmU8 TiffDecoder::sample(const OmU8* samples, std::size_t number) const
     const OmU32 largest = (1U << m_bits) - 1U;
     const std::size_t perByte = 8U / m_bits;
     const std::size_t shift = (perByte - 1 - number % perByte) * m_bits;
-    return static_cast<OmU8>((OmU32{samples[number / perByte]} >> shift & largest) * 255U / largest);
+    return static_cast<Sample>((OmU32{samples[number / perByte]} >> shift & largest) * 255U / largest);
   }
   std::uint16_t value = 0;
   std::memcpy(&value, samples + number * sizeof value, sizeof value);
-  return static_cast<OmU8>((value * 255U + 32767U) / 65535U);
+  return sizeof(Sample) == 2 ? static_cast<Sample>(value) : static_cast<Sample>((value * 255U + 32767U) / 65535U);
 }
 
-void TiffDecoder::convertSamples(const OmU8* samples, OmU8* row) const
+template <typename Sample>
+void TiffDecoder::convertSamples(const OmU8* samples, Sample* row) const
 {
-  const OmU8 inverted = m_photometric == PHOTOMETRIC_MINISWHITE ? 255 : 0;
+  constexpr Sample Largest = std::numeric_limits<Sample>::max();
+  const Sample inverted = m_photometric == PHOTOMETRIC_MINISWHITE ? Largest : 0;
   std::size_t first = 0; // of the pixel
   for (OmU32 x = 0; x < m_width; ++x, first += m_samples, row += m_channels)
   {
     for (OmU32 color = 0; color < m_colors; ++color)
-      row[color] = sample(samples, first + color) ^ inverted;
+      row[color] = sample<Sample>(samples, first + color) ^ inverted;
     if (m_addsAlpha)
-      row[m_colors] = 255;
+      row[m_colors] = Largest;
     else if (m_channels > m_colors)
-      row[m_colors] = sample(samples, first + m_colors);
+      row[m_colors] = sample<Sample>(samples, first + m_colors);
     if (m_alphaKind == EXTRASAMPLE_ASSOCALPHA)
       for (OmU32 color = 0; color < m_colors; ++color)
         row[color] = unmultiplied(row[color], row[m_colors]);
@@ -332,7 +341,9 @@ bool TiffDecoder::readRow(OmU8* row)
   const OmU8* const samples = m_blocks->row(y);
   if (samples == nullptr)
     return failByLibrary("the TIFF picture is damaged");
-  if (row != nullptr)
+  if (row != nullptr && m_sampleSize == 2)
+    convertSamples(samples, reinterpret_cast<std::uint16_t*>(row));
+  else if (row != nullptr)
     convertSamples(samples, row);
   return true;
 }

@@ -56,8 +56,9 @@ void copyPixels(const OmU8* stored, const Walk& walk, OmImage& upright)
 
 OmImage uprightImage(const OmImage& stored, OmExif::Orientation orientation)
 {
-  constexpr std::array<void (*)(const OmU8*, const Walk&, OmImage&), 4> Copies = {copyPixels<1>, copyPixels<2>,
-                                                                                  copyPixels<3>, copyPixels<4>};
+  using Copy = void (*)(const OmU8*, const Walk&, OmImage&);
+  constexpr std::array<Copy, 8> Copies = {copyPixels<1>, copyPixels<2>, copyPixels<3>, copyPixels<4>,
+                                          nullptr,       copyPixels<6>, nullptr,       copyPixels<8>};
   const bool turned = isTurned(orientation);
   OmImage upright(stored.channels(), turned ? stored.height() : stored.width(),
                   turned ? stored.width() : stored.height());

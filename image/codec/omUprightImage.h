@@ -10,7 +10,8 @@ inline bool isTurned(OmExif::Orientation orientation)
   return orientation >= OmExif::LeftTop;
 }
 
-/// Returns the picture that stands upright, for one of 1 to 4 channels that is stored in this orientation. Throws
+/// Returns the picture that stands upright, for one of 1 to 4 channels, or 2, 4, 6 or 8 bytes of
+/// OmDeepImage::bytes(), that is stored in this orientation. Throws
 /// std::bad_alloc if memory runs out.
 OmImage uprightImage(const OmImage& stored, OmExif::Orientation orientation);
 

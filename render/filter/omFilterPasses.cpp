@@ -4,6 +4,7 @@
 #include "render/filter/omFilterProgram.h"
 #include "render/omGL.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
@@ -30,11 +31,41 @@ std::array<Span, 2> spans(OmU32 side, OmU32 storageSide, float fromSide, float f
 }
 
 /// Makes RGBA pixels RGB ones.
-void dropAlpha(const OmU8* source, OmU8* target, std::size_t pixels)
+template <typename Sample>
+void dropAlpha(const Sample* source, Sample* target, std::size_t pixels)
 {
-  for (std::size_t i = 0; i + 1 < pixels; ++i) // four bytes at a time; the next pixel replaces the fourth
-    std::memcpy(target + 3 * i, source + 4 * i, 4);
-  std::memcpy(target + 3 * (pixels - 1), source + 4 * (pixels - 1), 3);
+  for (std::size_t i = 0; i + 1 < pixels; ++i) // four channels at a time; the next pixel replaces the fourth
+    std::memcpy(target + 3 * i, source + 4 * i, 4 * sizeof(Sample));
+  std::memcpy(target + 3 * (pixels - 1), source + 4 * (pixels - 1), 3 * sizeof(Sample));
+}
+
+GLenum pixelType(const OmImage&)
+{
+  return GL_UNSIGNED_BYTE;
+}
+
+GLenum pixelType(const OmDeepImage&)
+{
+  return GL_UNSIGNED_SHORT;
+}
+
+bool hasFlipped(const OmImage& image)
+{
+  return image.flippedData() != nullptr;
+}
+
+bool hasFlipped(const OmDeepImage&)
+{
+  return false;
+}
+
+/// Whether the texture that is bound keeps what 16 bits hold.
+bool keepsDepth()
+{
+  GLint red = 0, alpha = 0;
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_RED_SIZE, &red);
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_ALPHA_SIZE, &alpha);
+  return std::min(red, alpha) >= 16;
 }
 
 } // namespace
@@ -50,7 +81,19 @@ OmString OmFilterPasses::takeError()
 OmString OmFilterPasses::run(const OmImage& image, const OmFilterRun& filterRun, OmImage& result)
 {
   m_source.load(image);
-  OmString failure = drawAll(image, filterRun);
+  return runLoaded(image, filterRun, m_read, result);
+}
+
+OmString OmFilterPasses::run(const OmDeepImage& image, const OmFilterRun& filterRun, OmDeepImage& result)
+{
+  m_source.load(image, filterRun.samples);
+  return runLoaded(image, filterRun, m_deepRead, result);
+}
+
+template <typename Image>
+OmString OmFilterPasses::runLoaded(const Image& image, const OmFilterRun& filterRun, Image& rgba, Image& result)
+{
+  OmString failure = drawAll(filterRun);
   if (failure.empty())
     failure = takeError();
   if (!failure.empty())
@@ -58,18 +101,18 @@ OmString OmFilterPasses::run(const OmImage& image, const OmFilterRun& filterRun,
 
   const OmU32 channels = image.channels() % 2 == 0 ? 4 : 3;
   const bool fits = result.channels() == channels && result.width() == image.width() &&
-                    result.height() == image.height() && !result.flippedData();
+                    result.height() == image.height() && !hasFlipped(result);
   if (fits)
-    return read(result);
-  OmImage made(channels, image.width(), image.height());
-  failure = read(made);
+    return read(rgba, result);
+  Image made(channels, image.width(), image.height());
+  failure = read(rgba, made);
   if (failure.empty())
     result = std::move(made);
   return failure;
 }
 
 /// Leaves the framebuffer with the result bound.
-OmString OmFilterPasses::drawAll(const OmImage& image, const OmFilterRun& filterRun)
+OmString OmFilterPasses::drawAll(const OmFilterRun& filterRun)
 {
   const OmPictureTexture* from = &m_source;
   for (const OmFilterStep& step : filterRun.steps)
@@ -81,12 +124,14 @@ OmString OmFilterPasses::drawAll(const OmImage& image, const OmFilterRun& filter
       picture.bind(++unit);
     for (OmU32 number = 0; number < step.passes; ++number)
     {
-      // The last pass makes the result, which is of bytes. Those before take turns between the other two targets.
+      // The last pass makes the result, which is not of floats. Those before take turns between the other two targets.
       const bool isLastPass = number + 1 == step.passes;
       const bool isLast = isLastStep && isLastPass;
       const int target = isLast ? 0 : m_targets[1] && from == &m_targets[1]->picture ? 2 : 1;
-      const Pass pass = {number, target, !isLast && step.floats, !isLast, isLastPass && !isLast && !filterRun.hasAlpha};
-      OmString failure = makeTarget(pass, image.width(), image.height());
+      const bool isFloat = !isLast && step.floats;
+      const Pass pass = {number, target, isFloat ? OmPictureTexture::Floats : filterRun.samples, !isLast,
+                         isLastPass && !isLast && !filterRun.hasAlpha};
+      OmString failure = makeTarget(pass);
       if (!failure.empty())
         return failure;
       draw(*step.program, pass, *from);
@@ -96,22 +141,40 @@ OmString OmFilterPasses::drawAll(const OmImage& image, const OmFilterRun& filter
   return "";
 }
 
-OmString OmFilterPasses::makeTarget(const Pass& pass, OmU32 width, OmU32 height)
+std::optional<OmPictureTexture::Samples> OmFilterPasses::deepSamples()
 {
+  takeError(); // that was pending
+  for (const auto samples : {OmPictureTexture::Words, OmPictureTexture::Floats})
+  {
+    if (samples == OmPictureTexture::Floats && !OmGL::isSupported(OmGL::SupportFloatTexture))
+      continue;
+    constexpr OmU32 Side = 16;
+    Target target;
+    target.picture.makeTarget(Side, Side, samples);
+    target.picture.bind(0);
+    if (keepsDepth() && takeError().empty() &&
+        target.framebuffer.init(target.picture.texture(), OmFrameBufferObject::Color, 0))
+      return samples;
+  }
+  return std::nullopt;
+}
+
+OmString OmFilterPasses::makeTarget(const Pass& pass)
+{
+  const OmU32 width = m_source.width(), height = m_source.height();
   auto& target = m_targets[pass.target];
   if (!target)
     target.emplace();
-  if (target->picture.width() == width && target->picture.height() == height &&
-      target->picture.hasFloats() == pass.floats)
+  if (target->picture.isLike(width, height, pass.samples))
     return "";
-  target->picture.makeTarget(width, height, pass.floats);
+  target->picture.makeTarget(width, height, pass.samples);
   OmString failure = takeError();
   if (failure.empty() && !target->framebuffer.init(target->picture.texture(), OmFrameBufferObject::Color, 0))
     failure = "the framebuffer is not complete";
   if (failure.empty())
     return "";
-  return "cannot make a " + OmString(pass.floats ? "float " : "") + "picture of " + std::to_string(width) + " x " +
-         std::to_string(height) + " pixels to draw into: " + failure;
+  return "cannot make a " + OmString(pass.samples == OmPictureTexture::Floats ? "float " : "") + "picture of " +
+         std::to_string(width) + " x " + std::to_string(height) + " pixels to draw into: " + failure;
 }
 
 void OmFilterPasses::draw(const OmFilterProgram& program, const Pass& pass, const OmPictureTexture& from) const
@@ -156,17 +219,18 @@ void OmFilterPasses::draw(const OmFilterProgram& program, const Pass& pass, cons
 
 /// Reads the bound framebuffer into an image of the right shape. Always as RGBA: drivers convert to three bytes a pixel
 /// more slowly than dropAlpha().
-OmString OmFilterPasses::read(OmImage& result)
+template <typename Image>
+OmString OmFilterPasses::read(Image& rgba, Image& result)
 {
   const OmU32 width = result.width();
   const OmU32 height = result.height();
   const bool isRGB = result.channels() == 3;
-  if (isRGB && (m_read.width() != width || m_read.height() != height))
-    m_read = OmImage(4, width, height);
-  glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGBA, GL_UNSIGNED_BYTE,
-               isRGB ? m_read.data() : result.data());
+  if (isRGB && (rgba.width() != width || rgba.height() != height))
+    rgba = Image(4, width, height);
+  glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGBA, pixelType(result),
+               isRGB ? rgba.data() : result.data());
   OmString failure = takeError();
   if (failure.empty() && isRGB)
-    dropAlpha(m_read.data(), result.data(), std::size_t(width) * height);
+    dropAlpha(rgba.data(), result.data(), std::size_t(width) * height);
   return failure;
 }

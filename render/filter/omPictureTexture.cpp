@@ -60,8 +60,18 @@ void OmPictureTexture::measure(OmU32 width, OmU32 height)
 void OmPictureTexture::load(const OmImage& image)
 {
   measure(image.width(), image.height());
+  m_samples = Bytes;
   m_texture.setUnit(0);
   m_texture.loadFromImage(storage(image), parameters());
+}
+
+void OmPictureTexture::load(const OmDeepImage& image, Samples samples)
+{
+  if (!isLike(image.width(), image.height(), samples))
+    makeTarget(image.width(), image.height(), samples);
+  bind(0);
+  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_storageWidth), static_cast<GLsizei>(m_storageHeight),
+                  GL_RGBA, GL_UNSIGNED_SHORT, storage(image));
 }
 
 void OmPictureTexture::load(const OmTablePicture& table)
@@ -73,7 +83,7 @@ void OmPictureTexture::load(const OmTablePicture& table)
                    [](float value) { return static_cast<OmU8>(std::lround(255.0f * std::clamp(value, 0.0f, 1.0f))); });
     return load(bytes);
   }
-  makeTarget(table.width, table.height, true);
+  makeTarget(table.width, table.height, Floats);
   m_texture.setUnit(0);
   m_texture.bind();
   std::vector<float> stored;
@@ -88,12 +98,15 @@ void OmPictureTexture::load(const OmTablePicture& table)
                   GL_RGBA, GL_FLOAT, stored.data());
 }
 
-void OmPictureTexture::makeTarget(OmU32 width, OmU32 height, bool floats)
+void OmPictureTexture::makeTarget(OmU32 width, OmU32 height, Samples samples)
 {
+  constexpr OmTextureParameters::PixelFormat Formats[] = {OmTextureParameters::RGBA, OmTextureParameters::RGBA16,
+                                                          OmTextureParameters::RGBA32F};
   measure(width, height);
+  m_samples = samples;
   OmTextureParameters target = parameters();
   target.setPixelFormat(OmTextureParameters::RGBA);
-  target.setInternalFormat(floats ? OmTextureParameters::RGBA32F : OmTextureParameters::RGBA);
+  target.setInternalFormat(Formats[samples]);
   m_texture.loadShell(m_storageWidth, m_storageHeight, target);
 }
 
@@ -132,4 +145,27 @@ const OmImage& OmPictureTexture::storage(const OmImage& image)
       std::memcpy(target + x, target + filled - storedChannels, storedChannels);
   }
   return m_stored;
+}
+
+/// The same as RGBA.
+const std::uint16_t* OmPictureTexture::storage(const OmDeepImage& image)
+{
+  const std::size_t channels = image.channels();
+  if (channels == 4 && m_storageWidth == m_width && m_storageHeight == m_height)
+    return image.data();
+  const std::size_t second = channels < 3 ? 0 : 1, third = channels < 3 ? 0 : 2;
+  m_storedWords.resize(std::size_t{4} * m_storageWidth * m_storageHeight);
+  std::uint16_t* target = m_storedWords.data();
+  for (std::size_t y = 0; y < m_storageHeight; ++y)
+    for (std::size_t x = 0; x < m_storageWidth; ++x, target += 4)
+    {
+      const std::size_t place =
+          std::min<std::size_t>(y, m_height - 1) * m_width + std::min<std::size_t>(x, m_width - 1);
+      const std::uint16_t* const pixel = image.data() + place * channels;
+      target[0] = pixel[0];
+      target[1] = pixel[second];
+      target[2] = pixel[third];
+      target[3] = channels % 2 == 0 ? pixel[channels - 1] : std::uint16_t{65535};
+    }
+  return m_storedWords.data();
 }

@@ -23,6 +23,17 @@ void check(bool succeeded, const OmString& what, const OmString& file, LibraryLo
     throw Failure(log.takeReason("cannot " + what + " " + quoted(file)));
 }
 
+template <typename Image>
+void writeImage(const Image& image, const OmString& file, LibraryLog& log,
+                const OmImageReaderWriter::WriteSettings& settings)
+{
+  {
+    const FileWriting writing;
+    check(OmImageReaderWriter::write(image, file, settings), "write", file, log);
+  }
+  endIfSignalled();
+}
+
 using FileId = std::pair<dev_t, ino_t>;
 
 /// What all names of a file have in common; nothing if there is no such file.
@@ -39,7 +50,8 @@ std::optional<FileId> fileId(const OmString& file)
 PictureFile readHeader(const OmString& file, LibraryLog& log)
 {
   PictureFile picture = {file, 0, 0, 0};
-  check(OmImageReaderWriter::readHeader(file, picture.width, picture.height, picture.channels), "read", file, log);
+  check(OmImageReaderWriter::readHeader(file, picture.width, picture.height, picture.channels, picture.depth), "read",
+        file, log);
   return picture;
 }
 
@@ -51,14 +63,23 @@ OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags, OmImageM
   return image;
 }
 
+OmDeepImage readDeepPicture(const OmString& file, LibraryLog& log, OmU32 flags, OmImageMetadata& metadata)
+{
+  OmDeepImage image;
+  check(OmImageReaderWriter::read(image, file, flags, metadata), "read", file, log);
+  return image;
+}
+
 void writePicture(const OmImage& image, const OmString& file, LibraryLog& log,
                   const OmImageReaderWriter::WriteSettings& settings)
 {
-  {
-    const FileWriting writing;
-    check(OmImageReaderWriter::write(image, file, settings), "write", file, log);
-  }
-  endIfSignalled();
+  writeImage(image, file, log, settings);
+}
+
+void writePicture(const OmDeepImage& image, const OmString& file, LibraryLog& log,
+                  const OmImageReaderWriter::WriteSettings& settings)
+{
+  writeImage(image, file, log, settings);
 }
 
 OmString sizeText(OmU32 width, OmU32 height)

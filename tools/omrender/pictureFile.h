@@ -11,9 +11,10 @@ class LibraryLog;
 struct PictureFile
 {
   OmString file;
-  OmU32 width;    ///< in pixels
-  OmU32 height;   ///< in pixels
-  OmU32 channels; ///< grey, grey and alpha, RGB, or RGBA
+  OmU32 width;     ///< in pixels
+  OmU32 height;    ///< in pixels
+  OmU32 channels;  ///< grey, grey and alpha, RGB, or RGBA
+  OmU32 depth = 8; ///< the bits of a channel, 8 or 16
 
   bool hasAlpha() const { return channels % 2 == 0; }
 };
@@ -25,10 +26,16 @@ PictureFile readHeader(const OmString& file, LibraryLog& log);
 /// that fails.
 OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags = 0, OmImageMetadata* metadata = nullptr);
 
+/// The same with 16-bit channels.
+OmDeepImage readDeepPicture(const OmString& file, LibraryLog& log, OmU32 flags, OmImageMetadata& metadata);
+
 /// Writes a picture, by default as PNG. A signal meanwhile ends the program when that is done. Throws a Failure when it
 /// fails; whoever reports that calls endIfSignalled().
 void writePicture(const OmImage& image, const OmString& file, LibraryLog& log,
                   const OmImageReaderWriter::WriteSettings& settings = {});
+/// The same with 16-bit channels.
+void writePicture(const OmDeepImage& image, const OmString& file, LibraryLog& log,
+                  const OmImageReaderWriter::WriteSettings& settings);
 
 /// "640 x 480", for messages.
 OmString sizeText(OmU32 width, OmU32 height);

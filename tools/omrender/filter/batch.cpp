@@ -95,7 +95,7 @@ bool Batch::filterNext(Lock& lock)
   const auto filter = [this](Item& item)
   {
     const PictureFile& header = item.input->header();
-    m_pipeline.run(item.image, header.file, !header.hasAlpha(), item.image);
+    std::visit([&](auto& image) { m_pipeline.run(image, header.file, !header.hasAlpha(), image); }, item.pixels);
   };
   perform(*next, State::Filtering, State::Filtered, lock, filter);
   return true;
@@ -112,18 +112,20 @@ bool Batch::mayTake() const
 
 bool Batch::mayRead(const Item& item) const
 {
-  return m_memory == 0 || m_memory + memoryFor(*item.input) <= m_settings.memory;
+  return m_memory == 0 || m_memory + memoryFor(item) <= m_settings.memory;
 }
 
 /// The most that a picture takes from reading to writing, in bytes: its pixels, and beside them what a progressive JPEG
 /// is collected in or libwebp decodes to, or the result's pixels and what its encoder takes for each of them.
-std::uint64_t Batch::memoryFor(const PictureInput& input) const
+std::uint64_t Batch::memoryFor(const Item& item) const
 {
-  const PictureFile& header = input.header();
+  const PictureFile& header = item.input->header();
   const auto [width, height] = m_pipeline.resultSize(header);
   const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
   const std::uint64_t resultPixels = std::uint64_t{width} * height;
-  return input.byteSize() + 4 * pixels + std::max(8 * pixels, (4 + m_settings.encodingMemory) * resultPixels);
+  const std::uint64_t sampleSize = item.isDeep ? 2 : 1;
+  return item.input->byteSize() +
+         sampleSize * (4 * pixels + std::max(8 * pixels, (4 + m_settings.encodingMemory) * resultPixels));
 }
 
 /// Returns the first picture in that state, or null.
@@ -143,8 +145,12 @@ void Batch::take(Lock& lock)
   const auto takeInput = [this](Item& next)
   {
     next.input = m_source.next();
-    if (next.input)
-      m_pipeline.checkPicture(next.input->header());
+    if (!next.input)
+      return;
+    m_pipeline.checkPicture(next.input->header());
+    const bool wantsDepth = m_sink.depth(next.number, *next.input) > 8;
+    next.isDeep = wantsDepth && m_pipeline.takesDeepImages();
+    next.losesDepth = wantsDepth && !next.isDeep;
   };
   perform(item, State::Taken, State::Taken, lock, takeInput);
   m_isTaking = false;
@@ -156,12 +162,12 @@ void Batch::take(Lock& lock)
 
 void Batch::read(Item& item, Lock& lock)
 {
-  item.memory = memoryFor(*item.input);
+  item.memory = memoryFor(item);
   m_memory += item.memory;
   const auto readPicture = [this](Item& read)
   {
-    read.image = read.input->read();
-    m_pipeline.scale(read.image, read.input->header());
+    read.pixels = read.input->read(read.isDeep);
+    m_pipeline.scale(read.pixels, read.input->header());
   };
   perform(item, State::Reading, State::Read, lock, readPicture);
 }
@@ -170,9 +176,9 @@ void Batch::encode(Item& item, Lock& lock)
 {
   const auto encodeResult = [this](Item& filtered)
   {
-    filtered.width = filtered.image.width();
-    filtered.height = filtered.image.height();
-    filtered.bytes = m_sink.encode(filtered.number, *filtered.input, filtered.image);
+    filtered.width = std::visit([](const auto& image) { return image.width(); }, filtered.pixels);
+    filtered.height = std::visit([](const auto& image) { return image.height(); }, filtered.pixels);
+    filtered.bytes = m_sink.encode(filtered.number, *filtered.input, filtered.pixels);
   };
   perform(item, State::Encoding, State::Done, lock, encodeResult);
 }
@@ -189,6 +195,8 @@ void Batch::deliver(Item& item, Lock& lock)
   lock.unlock();
   if (!item.failure.empty())
     report(item);
+  else if (item.losesDepth && !m_hasWarned)
+    warnOfDepth();
   m_bar.setDone(item.number + 1);
   lock.lock();
   m_memory -= item.memory;
@@ -206,6 +214,14 @@ void Batch::report(const Item& item)
   endIfSignalled();
   if (m_settings.endsAtFailure)
     std::_Exit(1); // another thread may wait for a picture that never comes
+}
+
+void Batch::warnOfDepth()
+{
+  m_hasWarned = true;
+  m_bar.hide();
+  printFailure("omrender", "warning: " + m_pipeline.renderer() +
+                               " has no textures of 16 bits or floats; pictures are filtered with 8");
 }
 
 /// Runs an operation on a picture, which is this thread's own meanwhile. What it throws is the picture's failure.
@@ -230,7 +246,7 @@ void Batch::perform(Item& item, State during, State after, Lock& lock, const Ope
   }
   const bool isOver = !item.failure.empty() || after == State::Done;
   if (isOver)
-    item.image = OmImage();
+    item.pixels = OmImage();
   lock.lock();
   item.state = isOver && during != State::Delivering ? State::Done : after;
   if (isOver)

@@ -56,10 +56,12 @@ private:
     std::size_t number = 0; ///< from 0
     State state = State::Taken;
     std::unique_ptr<PictureInput> input;
-    OmImage image; ///< the picture, and then its result
+    PicturePixels pixels; ///< the picture, and then its result
     std::vector<OmU8> bytes;
     OmU32 width = 0; ///< of the result, in pixels
     OmU32 height = 0;
+    bool isDeep = false;        ///< it is filtered with 16 bits
+    bool losesDepth = false;    ///< it would be if the card kept them
     std::uint64_t memory = 0;   ///< that it takes of the limit
     OmString failure;           ///< empty if there is none
     bool isBeyondLimit = false; ///< the failure comes with the signal XFSZ
@@ -74,13 +76,14 @@ private:
   bool isOver() const { return m_isEnded && m_items.empty(); }
   bool mayTake() const;
   bool mayRead(const Item& item) const;
-  std::uint64_t memoryFor(const PictureInput& input) const;
+  std::uint64_t memoryFor(const Item& item) const;
   Item* find(State state);
   void take(Lock& lock);
   void read(Item& item, Lock& lock);
   void encode(Item& item, Lock& lock);
   void deliver(Item& item, Lock& lock);
   void report(const Item& item);
+  void warnOfDepth();
   template <typename Operation>
   void perform(Item& item, State during, State after, Lock& lock, const Operation& operation);
 
@@ -100,6 +103,7 @@ private:
   // Of the thread that delivers.
   ProgressBar m_bar;
   bool m_isGood = true;
+  bool m_hasWarned = false;
 };
 
 #endif

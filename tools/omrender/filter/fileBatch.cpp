@@ -8,7 +8,12 @@ class FileInput : public PictureInput
 public:
   FileInput(const OmString& file, LibraryLog& log) : PictureInput(readHeader(file, log)), m_log(log) {}
 
-  OmImage read() override { return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha, &m_metadata); }
+  PicturePixels read(bool isDeep) override
+  {
+    if (isDeep)
+      return readDeepPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha, m_metadata);
+    return readPicture(header().file, m_log, OmImageReaderWriter::OpaqueAlpha, &m_metadata);
+  }
 
 private:
   LibraryLog& m_log;
@@ -23,8 +28,9 @@ std::unique_ptr<PictureInput> FileSource::next()
   return std::make_unique<FileInput>(m_files[m_next++], m_log);
 }
 
-std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const OmImage& result)
+std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const PicturePixels& result)
 {
-  writePicture(result, m_files[number], m_log, writeSettings(m_options, m_files[number], input));
+  const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, m_files[number], input);
+  std::visit([&](const auto& pixels) { writePicture(pixels, m_files[number], m_log, settings); }, result);
   return {};
 }

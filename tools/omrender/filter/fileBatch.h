@@ -31,7 +31,11 @@ public:
   {
   }
 
-  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) override;
+  OmU32 depth(std::size_t number, const PictureInput& input) const override
+  {
+    return resultDepth(m_options, m_files[number], input);
+  }
+  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const PicturePixels& result) override;
   void deliver(const std::vector<OmU8>&, OmU32, OmU32) override {}
 
 private:

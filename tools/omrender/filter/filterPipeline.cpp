@@ -43,6 +43,8 @@ FilterPipeline::FilterPipeline(const FilterSettings& settings, LibraryLog& log) 
   m_gl = currentGL();
   m_largestSide = OmImageFilter().largestSide();
   checkCapabilities();
+  m_takesDeepImages = OmImageFilter().takesDeepImages();
+  m_log.takeReason(""); // what was tried in vain is no failure
   makeFilters(true, {});
 }
 
@@ -215,16 +217,28 @@ void FilterPipeline::checkPicture(const PictureFile& picture) const
                   " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
 }
 
-void FilterPipeline::scale(OmImage& image, const PictureFile& picture) const
+void FilterPipeline::scale(PicturePixels& pixels, const PictureFile& picture) const
 {
+  const auto apply = [&](auto& image) { image = m_settings.scaling.applied(image, picture, !picture.hasAlpha()); };
   if (m_settings.scaling.changes(picture))
-    image = m_settings.scaling.applied(image, picture, !picture.hasAlpha());
+    std::visit(apply, pixels);
 }
 
-void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result)
+template <typename Image>
+void FilterPipeline::runFilters(const Image& image, const OmString& file, bool isOpaque, Image& result)
 {
   const Turn turn(m_window);
   m_filters.front()->setOpaque(isOpaque);
   if (!m_filters.front()->run(image, result))
     throw Failure("cannot filter " + quoted(file) + ": " + m_log.takeReason("no reason was given"));
+}
+
+void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result)
+{
+  runFilters(image, file, isOpaque, result);
+}
+
+void FilterPipeline::run(const OmDeepImage& image, const OmString& file, bool isOpaque, OmDeepImage& result)
+{
+  runFilters(image, file, isOpaque, result);
 }

@@ -1,12 +1,12 @@
 #ifndef OM_TOOLS_FILTER_PIPELINE_H
 #define OM_TOOLS_FILTER_PIPELINE_H
 
-#include "image/omImage.h"
 #include "render/omColorTable.h"
 #include "render/omImageFilter.h"
 #include "render/omSimpleWindow.h"
 #include "tools/omrender/backEnd.h"
 #include "tools/omrender/filter/pictureScaling.h"
+#include "tools/omrender/filter/pictureSource.h"
 #include "tools/omrender/glInformation.h"
 #include "tools/omrender/pictureFile.h"
 
@@ -62,10 +62,16 @@ public:
   /// The size of a picture's result, in pixels. Throws a Failure if nothing is left of it.
   PictureScaling::Size resultSize(const PictureFile& picture) const { return m_settings.scaling.resultSize(picture); }
   /// Cuts and scales the pixels of a picture as the filter gets them. Any thread may.
-  void scale(OmImage& image, const PictureFile& picture) const;
+  void scale(PicturePixels& pixels, const PictureFile& picture) const;
   /// Filters what scale() has made, as OmImageFilter::run() does. `file` is for messages; `isOpaque` as for
   /// OmImageFilter::setOpaque(). Throws a Failure when the filter cannot run.
   void run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result);
+  /// The same with 16-bit channels.
+  void run(const OmDeepImage& image, const OmString& file, bool isOpaque, OmDeepImage& result);
+  /// Whether the card keeps 16-bit channels.
+  bool takesDeepImages() const { return m_takesDeepImages; }
+  /// The card, for messages.
+  const OmString& renderer() const { return m_gl.renderer; }
 
   /// Makes the filter again from its files, without the uniforms that were set. Reads only those pictures of --texture
   /// again that are among the files that changed. Throws a Failure, and the filter before stays.
@@ -95,6 +101,8 @@ private:
   static void checkTextures(const OmImageFilter& filter, const ShaderSettings& settings);
   std::vector<OmImageFilter::Setting> settingsOf(const Filters& filters) const;
   void check(bool succeeded);
+  template <typename Image>
+  void runFilters(const Image& image, const OmString& file, bool isOpaque, Image& result);
 
   const FilterSettings m_settings;
   LibraryLog& m_log;
@@ -103,6 +111,7 @@ private:
   Pictures m_pictures;
   Filters m_filters;
   std::vector<OmImageFilter::Setting> m_defaults;
+  bool m_takesDeepImages = false;
   OmU32 m_largestSide = 0; ///< of a picture on the card, in pixels
 };
 

@@ -67,6 +67,12 @@ std::optional<Writer::Channels> channelsOfName(const OmString& name)
   return suffix == ".ppm" ? std::optional(Writer::RGB) : std::nullopt;
 }
 
+/// The format of a picture's result, whose name is empty on standard output.
+Writer::Format writtenFormat(const OutputOptions& options, const OmString& name, const PictureInput& input)
+{
+  return name.empty() ? options.format.value_or(input.format()) : *formatFor(options, name);
+}
+
 } // namespace
 
 void addOutputOptions(CLI::App& command, OutputOptions& options)
@@ -91,6 +97,8 @@ void addOutputOptions(CLI::App& command, OutputOptions& options)
       "rgb, rgba, gray or graya",
       "The channels of the results (grey where picture and result are, and "
       "alpha where the picture has it)");
+  addParsedOption(command, "--depth", "8|16", options.depth, wordReader<OmU32>({{"8", 8}, {"16", 16}}), "8 or 16",
+                  "The bits of a channel in the filter and in PNG (those of the picture)");
   command.add_flag("--strip", options.strip, "Leave out the picture's colour profile, gamma and resolution");
 }
 
@@ -110,6 +118,8 @@ void checkOutputOptions(const OutputOptions& options, const OmString& out)
   }
   if (out.empty() && outputSuffix(options).empty())
     throw CLI::ValidationError("--format", supportOf(*format).name + " has no suffix; give --out for it");
+  if (options.depth.value_or(8) != 8 && format != Writer::PNG)
+    throw CLI::ValidationError("--depth", "16 is of PNG, not of " + supportOf(*format).name);
   if (options.quality && format != Writer::JPEG && format != Writer::WebP)
     throw CLI::ValidationError("--quality", "is of JPEG and WebP, not of " + supportOf(*format).name);
 }
@@ -127,10 +137,15 @@ OmString outputSuffix(const OutputOptions& options)
   return suffixes.empty() ? "" : suffixes.front();
 }
 
+OmU32 resultDepth(const OutputOptions& options, const OmString& name, const PictureInput& input)
+{
+  return writtenFormat(options, name, input) == Writer::PNG ? options.depth.value_or(input.header().depth) : 8;
+}
+
 Writer::WriteSettings writeSettings(const OutputOptions& options, const OmString& name, const PictureInput& input)
 {
   Writer::WriteSettings settings;
-  settings.format = name.empty() ? options.format.value_or(input.format()) : *formatFor(options, name);
+  settings.format = writtenFormat(options, name, input);
   settings.compression = options.compression;
   settings.quality = options.quality.value_or(0);
   settings.metadata = options.strip ? nullptr : &input.metadata();

@@ -18,6 +18,7 @@ struct OutputOptions
   std::optional<OmImageReaderWriter::Format> format; ///< by the file's name, or that of the input, by default
   std::optional<OmImageReaderWriter::Channels> channels;
   std::optional<int> quality;
+  std::optional<OmU32> depth; ///< the bits of a channel, 8 or 16; those of the picture by default
   OmImageReaderWriter::Compression compression = OmImageReaderWriter::Default;
   bool strip = false; ///< without metadata
 };
@@ -34,6 +35,10 @@ std::uint64_t encodingMemory(const OutputOptions& options, const OmString& out);
 
 /// The suffix of results in a directory, with the dot.
 OmString outputSuffix(const OutputOptions& options);
+
+/// The bits of a channel that the result of a picture has if the card keeps them, 8 or 16. The name is that of
+/// writeSettings().
+OmU32 resultDepth(const OutputOptions& options, const OmString& name, const PictureInput& input);
 
 /// How the result of a picture that has been read is written. Without a `name` it goes to standard output. The picture
 /// must outlive the settings.

@@ -50,12 +50,23 @@ bool PictureScaling::changes(const PictureFile& picture) const
   return crop || resultSize(picture) != Size(picture.width, picture.height);
 }
 
-OmImage PictureScaling::applied(const OmImage& image, const PictureFile& picture, bool isOpaque) const
+template <typename Image>
+Image PictureScaling::appliedTo(const Image& image, const PictureFile& picture, bool isOpaque) const
 {
   const auto [width, height] = resultSize(picture);
   if (!crop)
     return OmImageScaling::scaled(image, width, height, isOpaque);
-  OmImage left = OmImageScaling::cropped(image, *crop);
+  Image left = OmImageScaling::cropped(image, *crop);
   return left.width() == width && left.height() == height ? left
                                                           : OmImageScaling::scaled(left, width, height, isOpaque);
+}
+
+OmImage PictureScaling::applied(const OmImage& image, const PictureFile& picture, bool isOpaque) const
+{
+  return appliedTo(image, picture, isOpaque);
+}
+
+OmDeepImage PictureScaling::applied(const OmDeepImage& image, const PictureFile& picture, bool isOpaque) const
+{
+  return appliedTo(image, picture, isOpaque);
 }

@@ -1,6 +1,7 @@
 #ifndef OM_TOOLS_PICTURE_SCALING_H
 #define OM_TOOLS_PICTURE_SCALING_H
 
+#include "image/omDeepImage.h"
 #include "image/omImage.h"
 #include "image/omImageBlock.h"
 #include "tools/omrender/pictureFile.h"
@@ -25,8 +26,12 @@ struct PictureScaling
   Size resultSize(const PictureFile& picture) const;
   /// The pixels of a picture, cut and scaled. `isOpaque` says that their alpha means nothing.
   OmImage applied(const OmImage& image, const PictureFile& picture, bool isOpaque) const;
+  /// The same with 16-bit channels.
+  OmDeepImage applied(const OmDeepImage& image, const PictureFile& picture, bool isOpaque) const;
 
 private:
+  template <typename Image>
+  Image appliedTo(const Image& image, const PictureFile& picture, bool isOpaque) const;
   PictureFile cropped(const PictureFile& picture) const;
 };
 

@@ -8,7 +8,11 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <variant>
 #include <vector>
+
+/// The pixels of a picture, with 8 or 16 bits a channel.
+using PicturePixels = std::variant<OmImage, OmDeepImage>;
 
 /// A picture of a batch that is still to be read.
 class PictureInput
@@ -24,8 +28,9 @@ public:
   virtual std::uint64_t byteSize() const { return 0; }
   /// The format that its result has if it goes to a stream and the user names none.
   virtual OmImageReaderWriter::Format format() const { return OmImageReaderWriter::PNG; }
-  /// Reads the pixels, once; any thread may. RGB becomes RGBA, which is quicker to and from a card. Throws a Failure.
-  virtual OmImage read() = 0;
+  /// Reads the pixels, once, with 16 bits a channel if they are to be deep; any thread may. RGB becomes RGBA, which is
+  /// quicker to and from a card. Throws a Failure.
+  virtual PicturePixels read(bool isDeep) = 0;
   /// What the file says besides its pixels, once they have been read.
   const OmImageMetadata& metadata() const { return m_metadata; }
 
@@ -53,9 +58,11 @@ class PictureSink
 public:
   virtual ~PictureSink() = default;
 
+  /// The bits of a channel that the result of the picture of that number is to have, 8 or 16.
+  virtual OmU32 depth(std::size_t number, const PictureInput& input) const = 0;
   /// Encodes the result of the picture of that number, from 0. Returns what is to be delivered. Any thread may call.
   /// Throws a Failure.
-  virtual std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) = 0;
+  virtual std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const PicturePixels& result) = 0;
   /// Called with what encode() returned and the result's size in pixels, in the order of the pictures. Throws a
   /// Failure.
   virtual void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) = 0;

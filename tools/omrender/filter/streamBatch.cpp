@@ -34,16 +34,24 @@ public:
   std::uint64_t byteSize() const override { return m_bytes.size(); }
   OmImageReaderWriter::Format format() const override { return m_format; }
 
-  OmImage read() override
+  PicturePixels read(bool isDeep) override
   {
-    OmImage image;
-    if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha, m_metadata))
-      throw Failure(m_log.takeReason("cannot read " + quoted(header().file)));
+    PicturePixels pixels;
+    if (isDeep)
+      pixels = OmDeepImage();
+    std::visit([this](auto& image) { decode(image); }, pixels);
     m_bytes = {};
-    return image;
+    return pixels;
   }
 
 private:
+  template <typename Image>
+  void decode(Image& image)
+  {
+    if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha, m_metadata))
+      throw Failure(m_log.takeReason("cannot read " + quoted(header().file)));
+  }
+
   std::vector<OmU8> m_bytes;
   const OmImageReaderWriter::Format m_format;
   LibraryLog& m_log;
@@ -98,7 +106,8 @@ std::unique_ptr<PictureInput> StreamSource::next()
     return nullptr;
   }
   PictureFile header = {frameName(m_number), 0, 0, 0};
-  if (!OmImageReaderWriter::decodeHeader(bytes, header.file, header.width, header.height, header.channels))
+  if (!OmImageReaderWriter::decodeHeader(bytes, header.file, header.width, header.height, header.channels,
+                                         header.depth))
     throw Failure(m_log.takeReason("cannot read " + quoted(header.file)));
   std::vector<OmU8> more;
   OmImageReaderWriter::Format moreFormat = format;
@@ -115,10 +124,13 @@ StreamSink::StreamSink(const OutputOptions& options, LibraryLog& log) : m_option
   ::fcntl(::fileno(stdout), F_SETPIPE_SZ, PipeSize);
 }
 
-std::vector<OmU8> StreamSink::encode(std::size_t, const PictureInput& input, const OmImage& result)
+std::vector<OmU8> StreamSink::encode(std::size_t, const PictureInput& input, const PicturePixels& result)
 {
   std::vector<OmU8> bytes;
-  if (!OmImageReaderWriter::encode(result, "standard output", writeSettings(m_options, "", input), bytes))
+  const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, "", input);
+  const auto encodePixels = [&](const auto& pixels)
+  { return OmImageReaderWriter::encode(pixels, "standard output", settings, bytes); };
+  if (!std::visit(encodePixels, result))
     throw Failure(m_log.takeReason("cannot write to standard output"));
   return bytes;
 }

@@ -46,7 +46,8 @@ public:
   /// Without a `format` a result has that of its picture.
   StreamSink(const OutputOptions& options, LibraryLog& log);
 
-  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const OmImage& result) override;
+  OmU32 depth(std::size_t, const PictureInput& input) const override { return resultDepth(m_options, "", input); }
+  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const PicturePixels& result) override;
   void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) override;
 
 private:
