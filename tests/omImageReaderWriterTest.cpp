@@ -410,7 +410,12 @@ TEST_F(omImageReaderWriterTest, AHeaderAloneTakesNoMemory)
     store(path("picture"), bytes + OmString(c.padding, '\0'));
     const long memory = peakMemory();
     expectUnreadable(path("picture"), c.reason);
-    EXPECT_LT(peakMemory() - memory, c.mebibytes * 1024);
+#ifdef __SANITIZE_ADDRESS__
+    constexpr long Kept = 4; // the sanitizer keeps what was freed
+#else
+    constexpr long Kept = 1;
+#endif
+    EXPECT_LT(peakMemory() - memory, Kept * c.mebibytes * 1024);
   }
 }
 

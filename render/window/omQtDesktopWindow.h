@@ -38,7 +38,7 @@ private:
   void applyIcon() const;
 
   OmWindow* m_window = nullptr; ///< null while no widget is open
-  QPointer<OmQGLWidget> m_widget;
+  QPointer<QWidget> m_widget;   ///< not as OmQGLWidget, which it is no more while it is being destroyed
   std::unique_ptr<Filter> m_filter;
   QPoint m_position;               ///< where poll() saw the widget last, in Qt's pixels
   bool m_takesInput = false;       ///< poll() was called
