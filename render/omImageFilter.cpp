@@ -334,7 +334,7 @@ OmString OmImageFilter::Work::loadPictures()
       texture.load(picture.image);
     failure = OmFilterPasses::takeError();
     if (!failure.empty())
-      return "cannot load " + name + ": " + failure;
+      return OmString("cannot load ").append(name).append(": ").append(failure);
     failure =
         m_program->setPicture(picture.name, static_cast<int>(m_textures.size()), texture.size(), texture.texelSize());
     if (!failure.empty())

@@ -24,6 +24,7 @@ starts() {
   eventually "no window" hasWindow
   xdotool windowfocus "$window"
   eventually "the window has no focus" focused
+  eventually "the viewer takes no keys yet" hasTitle "* %*"
 }
 
 # press KEY: in the window, which need not have the keys where these follow the pointer.
