@@ -72,12 +72,10 @@ bool Batch::workNext(Lock& lock)
     deliver(m_items.front(), lock);
   else if (Item* const filtered = find(State::Filtered))
     encode(*filtered, lock);
+  else if (Item* const next = nextToRead())
+    read(*next, lock);
   else if (Item* const taken = find(State::Taken))
-  {
-    if (!mayRead(*taken))
-      return false;
-    read(*taken, lock);
-  }
+    open(*taken, lock);
   else if (mayTake())
     take(lock);
   else
@@ -136,28 +134,41 @@ Batch::Item* Batch::find(State state)
   return found == m_items.end() ? nullptr : &*found;
 }
 
+/// Returns the first picture that has not been read, or null if it must not be read yet. Those behind it wait too:
+/// they would take the memory that it needs, and are filtered after it.
+Batch::Item* Batch::nextToRead()
+{
+  const auto next =
+      std::find_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Opened; });
+  return next != m_items.end() && next->state == State::Opened && mayRead(*next) ? &*next : nullptr;
+}
+
 void Batch::take(Lock& lock)
 {
   std::list<Item> taken(1);
   Item& item = taken.front();
-  item.number = m_taken++;
   m_isTaking = true;
-  const auto takeInput = [this](Item& next)
-  {
-    next.input = m_source.next();
-    if (!next.input)
-      return;
-    m_pipeline.checkPicture(next.input->header());
-    const bool wantsDepth = m_sink.depth(next.number, *next.input) > 8;
-    next.isDeep = wantsDepth && m_pipeline.takesDeepImages();
-    next.losesDepth = wantsDepth && !next.isDeep;
-  };
-  perform(item, State::Taken, State::Taken, lock, takeInput);
+  perform(item, State::Taken, State::Taken, lock, [this](Item& next) { next.input = m_source.next(); });
   m_isTaking = false;
   m_isEnded = !item.input && item.failure.empty();
   if (m_isEnded)
     return;
   m_items.splice(m_items.end(), taken);
+}
+
+void Batch::open(Item& item, Lock& lock)
+{
+  const auto openInput = [this](Item& opened)
+  {
+    opened.isLeftOut = !opened.input->open();
+    if (opened.isLeftOut)
+      return;
+    m_pipeline.checkPicture(opened.input->header());
+    const bool wantsDepth = m_sink.depth(*opened.input) > 8;
+    opened.isDeep = wantsDepth && m_pipeline.takesDeepImages();
+    opened.losesDepth = wantsDepth && !opened.isDeep;
+  };
+  perform(item, State::Opening, State::Opened, lock, openInput);
 }
 
 void Batch::read(Item& item, Lock& lock)
@@ -178,7 +189,7 @@ void Batch::encode(Item& item, Lock& lock)
   {
     filtered.width = std::visit([](const auto& image) { return image.width(); }, filtered.pixels);
     filtered.height = std::visit([](const auto& image) { return image.height(); }, filtered.pixels);
-    filtered.bytes = m_sink.encode(filtered.number, *filtered.input, filtered.pixels);
+    filtered.bytes = m_sink.encode(*filtered.input, filtered.pixels);
   };
   perform(item, State::Encoding, State::Done, lock, encodeResult);
 }
@@ -188,7 +199,7 @@ void Batch::deliver(Item& item, Lock& lock)
 {
   const auto deliverResult = [this](Item& done)
   {
-    if (done.failure.empty())
+    if (done.failure.empty() && !done.isLeftOut)
       m_sink.deliver(done.bytes, done.width, done.height);
   };
   perform(item, State::Delivering, State::Delivering, lock, deliverResult);
@@ -197,7 +208,7 @@ void Batch::deliver(Item& item, Lock& lock)
     report(item);
   else if (item.losesDepth && !m_hasWarned)
     warnOfDepth();
-  m_bar.setDone(item.number + 1);
+  m_bar.setDone(++m_done);
   lock.lock();
   m_memory -= item.memory;
   m_items.pop_front();
@@ -237,14 +248,14 @@ void Batch::perform(Item& item, State during, State after, Lock& lock, const Ope
   catch (const std::bad_alloc&)
   {
     item.failure =
-        "out of memory" + (item.input ? " for " + quoted(item.input->header().file) : "") + "; scale it down first";
+        "out of memory" + (item.input ? " for " + quoted(item.input->task().picture) : "") + "; scale it down first";
   }
   catch (const std::exception& failure)
   {
     item.failure = failure.what();
     item.isBeyondLimit = takeLimitSignal();
   }
-  const bool isOver = !item.failure.empty() || after == State::Done;
+  const bool isOver = !item.failure.empty() || item.isLeftOut || after == State::Done;
   if (isOver)
     item.pixels = OmImage();
   lock.lock();

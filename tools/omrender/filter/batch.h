@@ -41,7 +41,9 @@ private:
   /// What a picture waits for, or what is done with it.
   enum class State
   {
-    Taken, ///< from the source; waits for memory
+    Taken, ///< from the source
+    Opening,
+    Opened, ///< waits for memory
     Reading,
     Read,
     Filtering,
@@ -53,13 +55,13 @@ private:
 
   struct Item
   {
-    std::size_t number = 0; ///< from 0
     State state = State::Taken;
     std::unique_ptr<PictureInput> input;
     PicturePixels pixels; ///< the picture, and then its result
     std::vector<OmU8> bytes;
     OmU32 width = 0; ///< of the result, in pixels
     OmU32 height = 0;
+    bool isLeftOut = false;     ///< by its source
     bool isDeep = false;        ///< it is filtered with 16 bits
     bool losesDepth = false;    ///< it would be if the card kept them
     std::uint64_t memory = 0;   ///< that it takes of the limit
@@ -78,7 +80,9 @@ private:
   bool mayRead(const Item& item) const;
   std::uint64_t memoryFor(const Item& item) const;
   Item* find(State state);
+  Item* nextToRead();
   void take(Lock& lock);
+  void open(Item& item, Lock& lock);
   void read(Item& item, Lock& lock);
   void encode(Item& item, Lock& lock);
   void deliver(Item& item, Lock& lock);
@@ -94,14 +98,14 @@ private:
 
   std::mutex m_mutex; ///< for what follows; a picture is its thread's own while something is done with it
   std::condition_variable m_changed;
-  std::list<Item> m_items; ///< under way, in the order of the source
-  std::size_t m_taken = 0;
+  std::list<Item> m_items;    ///< under way, in the order of the source
   std::uint64_t m_memory = 0; ///< of the items
   bool m_isTaking = false;
   bool m_isEnded = false; ///< the source has no more
 
   // Of the thread that delivers.
   ProgressBar m_bar;
+  std::size_t m_done = 0; ///< pictures, those that failed included
   bool m_isGood = true;
   bool m_hasWarned = false;
 };

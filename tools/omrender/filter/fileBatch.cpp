@@ -6,7 +6,13 @@ namespace
 class FileInput : public PictureInput
 {
 public:
-  FileInput(const OmString& file, LibraryLog& log) : PictureInput(readHeader(file, log)), m_log(log) {}
+  FileInput(FilterTask task, LibraryLog& log) : PictureInput(std::move(task)), m_log(log) {}
+
+  bool open() override
+  {
+    setHeader(readHeader(task().picture, m_log));
+    return true;
+  }
 
   PicturePixels read(bool isDeep) override
   {
@@ -23,14 +29,14 @@ private:
 
 std::unique_ptr<PictureInput> FileSource::next()
 {
-  if (m_next == m_files.size())
-    return nullptr;
-  return std::make_unique<FileInput>(m_files[m_next++], m_log);
+  std::optional<FilterTask> task = m_tasks.next();
+  return task ? std::make_unique<FileInput>(std::move(*task), m_log) : nullptr;
 }
 
-std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const PicturePixels& result)
+std::vector<OmU8> FileSink::encode(const PictureInput& input, const PicturePixels& result)
 {
-  const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, m_files[number], input);
-  std::visit([&](const auto& pixels) { writePicture(pixels, m_files[number], m_log, settings); }, result);
+  const OmString& file = input.task().result;
+  const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, file, input);
+  std::visit([&](const auto& pixels) { writePicture(pixels, file, m_log, settings); }, result);
   return {};
 }

@@ -124,22 +124,23 @@ OutputPlan makePlan(const FilterOptions& options)
   return {files, options.places, options.output, filterFiles(options.filter)};
 }
 
-/// The source and the sink keep references to the plan.
-std::unique_ptr<PictureSource> makeSource(const FilterOptions& options, const OutputPlan& plan,
-                                          FilterPipeline& pipeline, LibraryLog& log)
+/// The source keeps a reference to the tasks.
+std::unique_ptr<PictureSource> makeSource(const FilterOptions& options, TaskList& tasks, FilterPipeline& pipeline,
+                                          LibraryLog& log)
 {
   if (options.raw)
     pipeline.checkPicture({"standard input", options.raw->width, options.raw->height, options.raw->channels});
   if (options.readsStream())
-    return std::make_unique<StreamSource>(options.raw, !options.places.writesStream(), pipeline.largestSide(), log);
-  return std::make_unique<FileSource>(plan.pictures(), log);
+    return std::make_unique<StreamSource>(options.raw, options.places.writesStream() ? "" : options.places.file,
+                                          pipeline.largestSide(), log);
+  return std::make_unique<FileSource>(tasks, log);
 }
 
-std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, const OutputPlan& plan, LibraryLog& log)
+std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, LibraryLog& log)
 {
   if (options.places.writesStream())
     return std::make_unique<StreamSink>(options.output, log);
-  return std::make_unique<FileSink>(plan.results(), options.output, log);
+  return std::make_unique<FileSink>(options.output, log);
 }
 
 void filter(const FilterOptions& options, LibraryLog& log)
@@ -151,7 +152,7 @@ void filter(const FilterOptions& options, LibraryLog& log)
     return;
   }
   checkOptions(options);
-  const OutputPlan plan = makePlan(options);
+  OutputPlan plan = makePlan(options);
   const int jobs = options.jobs.value_or(std::min(usableProcessors(), MostJobs));
   setDrawingThreads();
   keepFreedMemory();
@@ -159,14 +160,13 @@ void filter(const FilterOptions& options, LibraryLog& log)
   printWarnings(log);
   plan.makeDirectories();
   const std::unique_ptr<PictureSource> source = makeSource(options, plan, pipeline, log);
-  const std::unique_ptr<PictureSink> sink = makeSink(options, plan, log);
+  const std::unique_ptr<PictureSink> sink = makeSink(options, log);
   const bool isStream = options.readsStream() || options.places.writesStream();
-  const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4),
-                                  isStream ? 0 : plan.pictures().size(), isStream,
-                                  encodingMemory(options.output, options.places.file)};
+  const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4), isStream ? 0 : plan.total(),
+                                  isStream, encodingMemory(options.output, options.places.file)};
   const bool isGood = Batch(*source, pipeline, *sink, settings).run();
   if (options.places.skipExisting)
-    std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.pictures().size()
+    std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.total()
               << " pictures, whose results exist\n";
   if (!isGood)
     throw CLI::RuntimeError(1);

@@ -176,6 +176,14 @@ void OutputPlan::skipExisting()
   m_results.resize(kept);
 }
 
+std::optional<FilterTask> OutputPlan::next()
+{
+  if (m_next == m_pictures.size())
+    return std::nullopt;
+  const std::size_t number = m_next++;
+  return FilterTask{m_pictures[number], m_results.empty() ? "" : m_results[number], {}};
+}
+
 void OutputPlan::makeDirectories() const
 {
   for (const std::filesystem::path& directory : m_directories)

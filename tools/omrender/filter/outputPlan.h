@@ -3,6 +3,7 @@
 
 #include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/pictureFinder.h"
+#include "tools/omrender/filter/taskList.h"
 
 #include <CLI/App.hpp>
 
@@ -29,7 +30,7 @@ void checkPlaceOptions(const OutputPlaces& places, const std::vector<OmString>& 
 
 /// The pictures of a run and the file for the result of each. All names are known before the first picture is read;
 /// they are all that a long run keeps.
-class OutputPlan
+class OutputPlan : public TaskList
 {
 public:
   /// Finds the pictures and checks that their results can be written. `alsoRead` are other files of the run. Throws a
@@ -40,10 +41,8 @@ public:
   /// Makes the directories that the results need. Throws a Failure.
   void makeDirectories() const;
 
-  /// The pictures to filter.
-  const std::vector<OmString>& pictures() const { return m_pictures; }
-  /// The file for each of them; none at all for standard output.
-  const std::vector<OmString>& results() const { return m_results; }
+  std::optional<FilterTask> next() override;
+  std::size_t total() const override { return m_pictures.size(); }
   /// How many pictures are left out because their results exist.
   std::size_t skipped() const { return m_skipped; }
 
@@ -55,9 +54,10 @@ private:
   void skipExisting();
 
   std::vector<OmString> m_pictures;
-  std::vector<OmString> m_results;
+  std::vector<OmString> m_results;               ///< the file for each; none at all for standard output
   std::set<std::filesystem::path> m_directories; ///< of the results
   std::size_t m_skipped = 0;
+  std::size_t m_next = 0;
 };
 
 #endif
