@@ -226,8 +226,12 @@ refuses 1 'bad.frag": 0:4' filter --shader bad.frag short.png "${o[@]}"
 refuses 1 "unlinked.frag" filter --shader unlinked.frag short.png "${o[@]}"
 mkdir folder.frag
 ln -s /proc/self/mem memory.frag # opens and cannot be read
-refuses 1 'cannot read "folder.frag": Is a directory' filter --shader folder chart.png "${o[@]}"
+refuses 1 'cannot read "folder.frag": it is a directory' filter --shader folder chart.png "${o[@]}"
 refuses 1 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
+mkfifo pipe.frag pipe.cube # nobody writes to them
+refuses 1 'cannot read "pipe.frag": it is not a regular file' filter --shader pipe chart.png "${o[@]}"
+refuses 1 'cannot read "pipe.cube": it is not a regular file' filter --shader lut --texture lut=pipe.cube chart.png "${o[@]}"
+refuses 1 '"no\x1b[31m\nsuch\x7f"' filter --shader $'no\e[31m\nsuch\x7f' chart.png "${o[@]}"
 refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
 refuses 1 '"radios", or makes no use of it; it has radius (a float)' filter --shader blur --set radios=3 short.png "${o[@]}"
 refuses 1 'is a float, not 2 numbers' filter --shader blur --set radius=1,2 short.png "${o[@]}"
