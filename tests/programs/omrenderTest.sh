@@ -48,7 +48,7 @@ c=(--seconds 0 --capture out.png)
 refuses 1 "$((side + 1)) x 1" show chart.png large.png --seconds 60
 refuses 1 "40000 x 1" show chart.png wide.png --seconds 60
 refuses 1 "short.png" show short.png "${c[@]}"
-refuses 1 "no??lines.png" show $'no\r\nlines.png' "${c[@]}"
+refuses 1 "no\r\nlines.png" show $'no\r\nlines.png' "${c[@]}"
 refuses 1 "outside the window" show chart.png "${c[@]}" --block 641,0,1,1
 refuses 1 "outside the window" show chart.png "${c[@]}" --block 0,479,1,1
 refuses 1 "file/out.png" show chart.png --seconds 60 --capture file/out.png

@@ -1,17 +1,18 @@
 #include "tools/omrender/failure.h"
 
+#include "foundation/common/omUtils.h"
+
+#include <algorithm>
 #include <cstdio>
 
 OmString quoted(const OmString& text)
 {
-  return '"' + text + '"';
+  return '"' + OmEscaped(text) + '"';
 }
 
 void printFailure(const OmString& program, const OmString& message)
 {
   OmString line = program + ": " + message;
-  for (char& character : line)
-    if (static_cast<unsigned char>(character) < ' ')
-      character = character == '\n' ? ' ' : '?';
-  std::fprintf(stderr, "%s\n", line.c_str());
+  std::replace(line.begin(), line.end(), '\n', ' '); // of a compiler's log
+  std::fprintf(stderr, "%s\n", OmEscaped(line).c_str());
 }

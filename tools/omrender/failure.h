@@ -13,7 +13,7 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-/// A text in double quotes, for messages.
+/// A text in double quotes, escaped, for messages.
 OmString quoted(const OmString& text);
 
 /// Writes "PROGRAM: message" as one line on standard error, also when a file name in it holds control characters.
