@@ -3,8 +3,8 @@
 #include "foundation/core/omPrint.h"
 #include "image/codec/omInputFile.h"
 #include "image/codec/omPictureKinds.h"
-#include "image/codec/omReplacementFile.h"
 #include "image/codec/omUprightImage.h"
+#include "image/omReplacementFile.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "image/codec/omReplacementFile.h"
+#include "image/omReplacementFile.h"
 
 #include <cerrno>
 #include <cstdint>
