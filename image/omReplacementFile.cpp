@@ -2,21 +2,15 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace
 {
-
-bool failed(OmString& reason)
-{
-  reason = std::generic_category().message(errno);
-  return false;
-}
 
 /// The directory of a path, with its slash; empty for the current one.
 OmString directoryOf(const OmString& path)
@@ -56,31 +50,39 @@ int createUnnamed(const OmString& target)
 
 OmReplacementFile::~OmReplacementFile()
 {
-  if (m_stream != nullptr)
-    std::fclose(m_stream);
-  if (!m_temporary.empty())
-    ::unlink(m_temporary.c_str());
+  discard();
 }
 
-bool OmReplacementFile::open(const OmString& target, OmString& reason)
+/// Takes the error of the system call that failed, and removes the file.
+bool OmReplacementFile::failed(std::error_code& error)
 {
+  error.assign(errno, std::generic_category());
+  discard();
+  return false;
+}
+
+void OmReplacementFile::discard()
+{
+  if (m_descriptor >= 0)
+    ::close(std::exchange(m_descriptor, -1));
+  if (!m_temporary.empty())
+    ::unlink(m_temporary.c_str());
+  m_temporary.clear();
+}
+
+OmBoolean OmReplacementFile::open(const OmString& target, std::error_code& error)
+{
+  discard();
   struct stat status = {};
   if (::stat(target.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
   {
     // The rename would put a file in the place of a device such as /dev/null.
-    reason = S_ISDIR(status.st_mode) ? "it is a directory" : "it is not a regular file";
+    error = std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory : std::errc::invalid_argument);
     return false;
   }
   m_target = target;
-  const int descriptor = create();
-  if (descriptor < 0)
-    return failed(reason);
-  m_stream = ::fdopen(descriptor, "wb");
-  if (m_stream != nullptr)
-    return true;
-  failed(reason);
-  ::close(descriptor);
-  return false;
+  m_descriptor = create();
+  return m_descriptor >= 0 || failed(error);
 }
 
 /// Creates the file, if possible without a name. Returns its descriptor, or -1 with errno set.
@@ -107,17 +109,34 @@ bool OmReplacementFile::nameFile()
     return true;
   OmString name;
   if (!makeTemporaryName(m_target, name) ||
-      ::linkat(AT_FDCWD, descriptorName(::fileno(m_stream)).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0)
+      ::linkat(AT_FDCWD, descriptorName(m_descriptor).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0)
     return false;
   m_temporary.swap(name);
   return true;
 }
 
-bool OmReplacementFile::commit(OmString& reason)
+OmBoolean OmReplacementFile::write(const void* data, std::size_t size, std::error_code& error)
 {
-  if (std::fflush(m_stream) != 0 || ::fsync(::fileno(m_stream)) != 0 || !nameFile() ||
-      std::fclose(std::exchange(m_stream, nullptr)) != 0 || std::rename(m_temporary.c_str(), m_target.c_str()) != 0)
-    return failed(reason);
+  const auto* rest = static_cast<const char*>(data);
+  while (size > 0)
+  {
+    const ssize_t written = ::write(m_descriptor, rest, size);
+    if (written < 0 && errno != EINTR)
+      return failed(error);
+    if (written > 0)
+    {
+      rest += written;
+      size -= static_cast<std::size_t>(written);
+    }
+  }
+  return true;
+}
+
+OmBoolean OmReplacementFile::commit(std::error_code& error)
+{
+  if (::fsync(m_descriptor) != 0 || !nameFile() || ::close(std::exchange(m_descriptor, -1)) != 0 ||
+      std::rename(m_temporary.c_str(), m_target.c_str()) != 0)
+    return failed(error);
   m_temporary.clear();
   return true;
 }

@@ -3,34 +3,55 @@
 
 #include "foundation/core/omTypes.h"
 
-#include <cstdio>
+#include <cstddef>
+#include <system_error>
 
 /// A file that takes its name only once it is complete.
+///
+/// \code
+///   OmReplacementFile file;
+///   std::error_code error;
+///   if (!file.open("table.csv", error) || !file.write("1,2\n", 4, error) || !file.commit(error))
+///     return error == std::errc::no_space_on_device ? 2 : 1; // what was in table.csv before is there still
+/// \endcode
 ///
 /// Until commit() it has no name at all if the file system can do that (O_TMPFILE): then nothing is left of it however
 /// the process ends. Otherwise it is a temporary file in the same directory, which a process that is killed leaves
 /// behind. Without commit() the file is removed.
-class OmReplacementFile
+///
+/// The file that had the name before is unchanged under its other names and for those who have it open. A name that is
+/// a symbolic link becomes the file itself; what the link led to is unchanged.
+///
+/// The errors are those of the system, in std::generic_category(). Use each object from one thread at a time.
+class OM_EXPORT OmReplacementFile
 {
 public:
+  /// No file.
   OmReplacementFile() = default;
+  /// Removes what has not been committed.
   ~OmReplacementFile();
   OmReplacementFile(const OmReplacementFile&) = delete;
   OmReplacementFile& operator=(const OmReplacementFile&) = delete;
 
-  /// Creates the file. A target that exists and is no regular file is refused. On failure `reason` says why.
-  bool open(const OmString& target, OmString& reason);
-  std::FILE* stream() const { return m_stream; }
-  /// Brings everything to the disk and renames the file to the target. On failure `reason` says why.
-  bool commit(OmString& reason);
+  /// Creates the file in the directory of `target`. What was open before is removed. If the target exists and is no
+  /// regular file, or a link to something that is none, it is refused: the error is std::errc::is_a_directory for a
+  /// directory and std::errc::invalid_argument for all others. On failure returns false, and `error` says why.
+  OmBoolean open(const OmString& target, std::error_code& error);
+  /// Appends to the file. On failure returns false, and `error` says why; the file is removed then.
+  OmBoolean write(const void* data, std::size_t size, std::error_code& error);
+  /// Brings everything to the disk and gives the file its name. On failure returns false, and `error` says why; the
+  /// file is removed then, and the target is as it was. So it is after a write() that failed.
+  OmBoolean commit(std::error_code& error);
 
 private:
   int create();
   bool nameFile();
+  bool failed(std::error_code& error);
+  void discard();
 
   OmString m_target;
   OmString m_temporary; ///< empty while the file has no name
-  std::FILE* m_stream = nullptr;
+  int m_descriptor = -1;
 };
 
 #endif
