@@ -16,8 +16,8 @@
 /// \endcode
 ///
 /// Until commit() it has no name at all if the file system can do that (O_TMPFILE): then nothing is left of it however
-/// the process ends. Otherwise it is a temporary file in the same directory, which a process that is killed leaves
-/// behind. Without commit() the file is removed.
+/// the process ends, but for a moment in commit(). Otherwise it is a temporary file in the same directory, which
+/// a process that is killed leaves behind until sweep() finds it. Without commit() the file is removed.
 ///
 /// The file that had the name before is unchanged under its other names and for those who have it open. A name that is
 /// a symbolic link becomes the file itself; what the link led to is unchanged.
@@ -43,8 +43,14 @@ public:
   /// file is removed then, and the target is as it was. So it is after a write() that failed.
   OmBoolean commit(std::error_code& error);
 
+  /// Removes the temporary files in a directory that processes of this user have left behind. It reads the whole
+  /// directory once; an empty name is the current one. A file that is being written is never removed: one of this
+  /// machine is locked (flock()) for as long as it has a temporary name, and one of another machine, or from before the
+  /// last start of this one, stays until it was not written to for a day by the clock of its file system. What cannot
+  /// be removed stays, without a message.
+  static void sweep(const OmString& directory);
+
 private:
-  int create();
   bool nameFile();
   bool failed(std::error_code& error);
   void discard();
