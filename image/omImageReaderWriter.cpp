@@ -4,11 +4,10 @@
 #include "foundation/core/omPrint.h"
 #include "image/codec/omInputFile.h"
 #include "image/codec/omPictureKinds.h"
-#include "image/codec/omReplacementFile.h"
 #include "image/codec/omUprightImage.h"
+#include "image/omReplacementFile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <limits>
 #include <memory>
 #include <new>
@@ -161,11 +160,18 @@ bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU
 bool writeFile(const std::vector<OmU8>& bytes, const OmString& fileName, OmString& reason)
 {
   OmReplacementFile file;
-  if (!file.open(fileName, reason))
+  std::error_code error;
+  if (!file.open(fileName, error))
+  {
+    if (error == std::errc::is_a_directory)
+      reason = "it is a directory";
+    else
+      reason = error == std::errc::invalid_argument ? "it is not a regular file" : error.message();
     return false;
-  if (std::fwrite(bytes.data(), 1, bytes.size(), file.stream()) == bytes.size())
-    return file.commit(reason);
-  reason = std::generic_category().message(errno);
+  }
+  if (file.write(bytes.data(), bytes.size(), error) && file.commit(error))
+    return true;
+  reason = error.message();
   return false;
 }
 

@@ -12,6 +12,7 @@
 #include "image/omImageScaling.h"
 #include "image/omImageStream.h"
 #include "image/omPixel.h"
+#include "image/omReplacementFile.h"
 
 #include <chrono>
 #include <cstdio>
@@ -155,6 +156,19 @@ void pixel()
   CHECK(pixel.x() == 11 && pixel.y() == 20);
 }
 
+int replace()
+{
+  // [omReplacementFile.h
+  OmReplacementFile file;
+  std::error_code error;
+  if (!file.open("table.csv", error) || !file.write("1,2\n", 4, error) || !file.commit(error))
+    return error == std::errc::no_space_on_device ? 2 : 1; // what was in table.csv before is there still
+  // omReplacementFile.h]
+  OmString line;
+  CHECK(std::getline(std::ifstream("table.csv"), line) && line == "1,2");
+  return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -170,6 +184,7 @@ int main(int argc, char** argv)
   deepImage();
   stream();
   pixel();
+  CHECK(replace() == 0);
   CHECK(readAndWrite() == 1); // there is no photo.jpg yet
   std::filesystem::copy_file(photo, "photo.jpg");
   CHECK(readAndWrite() == 0);

@@ -1,6 +1,5 @@
 #include "tools/omrender/filter/batch.h"
 
-#include "tools/omrender/failure.h"
 #include "tools/omrender/filter/filterPipeline.h"
 #include "tools/omrender/signals.h"
 
@@ -27,7 +26,7 @@ Batch::Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink,
 {
 }
 
-bool Batch::run()
+ExitStatus Batch::run()
 {
   Lock lock(m_mutex);
   std::vector<std::thread> threads = startThreads();
@@ -39,7 +38,7 @@ bool Batch::run()
   lock.unlock();
   for (std::thread& thread : threads)
     thread.join();
-  return m_isGood;
+  return m_status;
 }
 
 /// If the system gives fewer threads than there are jobs, those do the work.
@@ -217,14 +216,14 @@ void Batch::deliver(Item& item, Lock& lock)
 
 void Batch::report(const Item& item)
 {
-  m_isGood = false;
+  m_status = std::max(m_status, item.status);
   m_bar.hide();
   printFailure("omrender", item.failure);
   if (item.isBeyondLimit)
     endBySignal(SIGXFSZ);
   endIfSignalled();
   if (m_settings.endsAtFailure)
-    std::_Exit(1); // another thread may wait for a picture that never comes
+    std::_Exit(m_status); // another thread may wait for a picture that never comes
 }
 
 void Batch::warnOfDepth()
@@ -249,11 +248,18 @@ void Batch::perform(Item& item, State during, State after, Lock& lock, const Ope
   {
     item.failure =
         "out of memory" + (item.input ? " for " + quoted(item.input->task().picture) : "") + "; scale it down first";
+    item.status = OutOfRoom;
+  }
+  catch (const Failure& failure)
+  {
+    item.failure = failure.what();
+    item.status = failure.status() == OutOfRoom ? OutOfRoom : SomeFailed; // a picture too large for the card is one
+    item.isBeyondLimit = takeLimitSignal();
   }
   catch (const std::exception& failure)
   {
     item.failure = failure.what();
-    item.isBeyondLimit = takeLimitSignal();
+    item.status = SomeFailed;
   }
   const bool isOver = !item.failure.empty() || item.isLeftOut || after == State::Done;
   if (isOver)

@@ -1,6 +1,7 @@
 #ifndef OM_TOOLS_BATCH_H
 #define OM_TOOLS_BATCH_H
 
+#include "tools/omrender/failure.h"
 #include "tools/omrender/filter/pictureSource.h"
 #include "tools/omrender/filter/progressBar.h"
 
@@ -34,8 +35,9 @@ class Batch
 public:
   Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink, const BatchSettings& settings);
 
-  /// Filters what can be filtered and reports what cannot. Returns whether everything went well.
-  bool run();
+  /// Filters what can be filtered and reports what cannot. Returns OutOfRoom if a picture failed for that, otherwise
+  /// SomeFailed if one failed.
+  ExitStatus run();
 
 private:
   /// What a picture waits for, or what is done with it.
@@ -61,12 +63,13 @@ private:
     std::vector<OmU8> bytes;
     OmU32 width = 0; ///< of the result, in pixels
     OmU32 height = 0;
-    bool isLeftOut = false;     ///< by its source
-    bool isDeep = false;        ///< it is filtered with 16 bits
-    bool losesDepth = false;    ///< it would be if the card kept them
-    std::uint64_t memory = 0;   ///< that it takes of the limit
-    OmString failure;           ///< empty if there is none
-    bool isBeyondLimit = false; ///< the failure comes with the signal XFSZ
+    bool isLeftOut = false;      ///< by its source
+    bool isDeep = false;         ///< it is filtered with 16 bits
+    bool losesDepth = false;     ///< it would be if the card kept them
+    std::uint64_t memory = 0;    ///< that it takes of the limit
+    OmString failure;            ///< empty if there is none
+    ExitStatus status = AllDone; ///< by the failure
+    bool isBeyondLimit = false;  ///< the failure comes with the signal XFSZ
   };
 
   using Lock = std::unique_lock<std::mutex>;
@@ -106,7 +109,7 @@ private:
   // Of the thread that delivers.
   ProgressBar m_bar;
   std::size_t m_done = 0; ///< pictures, those that failed included
-  bool m_isGood = true;
+  ExitStatus m_status = AllDone;
   bool m_hasWarned = false;
 };
 

@@ -143,6 +143,7 @@ std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, LibraryLog& 
   return std::make_unique<FileSink>(options.output, log);
 }
 
+/// Throws a Failure for what keeps the run from beginning.
 void filter(const FilterOptions& options, LibraryLog& log)
 {
   addShaderDirectories();
@@ -164,12 +165,25 @@ void filter(const FilterOptions& options, LibraryLog& log)
   const bool isStream = options.readsStream() || options.places.writesStream();
   const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4), isStream ? 0 : plan.total(),
                                   isStream, encodingMemory(options.output, options.places.file)};
-  const bool isGood = Batch(*source, pipeline, *sink, settings).run();
+  const ExitStatus status = Batch(*source, pipeline, *sink, settings).run();
   if (options.places.skipExisting)
     std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.total()
               << " pictures, whose results exist\n";
-  if (!isGood)
-    throw CLI::RuntimeError(1);
+  if (status != AllDone)
+    throw CLI::RuntimeError(status);
+}
+
+/// The same with the status of that: it would be so on every machine, unless the Failure says otherwise.
+void begin(const FilterOptions& options, LibraryLog& log)
+{
+  try
+  {
+    filter(options, log);
+  }
+  catch (const Failure& failure)
+  {
+    throw Failure(failure.what(), failure.status() == SomeFailed ? WrongUse : failure.status());
+  }
 }
 
 /// "WIDTHxHEIGHT:FORMAT", with ffmpeg's names of formats.
@@ -211,5 +225,5 @@ void addFilterCommand(CLI::App& program, LibraryLog& log)
   addBackEndOptions(*command, options->filter.backEnd, "egl on hardware, else x11, else egl");
   command->add_flag("--list", options->list, "List the filters that --shader finds by name, and exit");
   command->footer(Footer);
-  command->callback([options, &log] { filter(*options, log); });
+  command->callback([options, &log] { begin(*options, log); });
 }

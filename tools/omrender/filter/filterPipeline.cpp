@@ -64,16 +64,22 @@ void FilterPipeline::openWindow()
 /// What the library would put in its own words, in those of the options.
 void FilterPipeline::checkCapabilities() const
 {
+  for (const auto& [capability, name] :
+       {std::pair(OmGL::SupportShaders, "shaders"), std::pair(OmGL::SupportFBO, "framebuffer objects")})
+    if (!OmGL::isSupported(capability))
+      throw Failure(OmString("filters need ") + name + ", which " + m_gl.renderer + " does not have", NoCard);
   if (m_settings.floats && !OmGL::isSupported(OmGL::SupportFloatTexture))
-    throw Failure("--float needs float textures, which " + m_gl.renderer + " does not have");
+    throw Failure("--float needs float textures, which " + m_gl.renderer + " does not have", NoCard);
   for (const ShaderSettings& shader : m_settings.shaders)
     if (shader.textures.size() >= m_gl.textureUnits)
       throw Failure("a shader can read " + std::to_string(m_gl.textureUnits - 1) + " pictures by --texture on " +
-                    m_gl.renderer + ", not " + std::to_string(shader.textures.size()));
+                        m_gl.renderer + ", not " + std::to_string(shader.textures.size()),
+                    NoCard);
   const std::optional<PictureScaling::Size>& size = m_settings.scaling.size;
   if (size && std::max(size->first, size->second) > m_largestSide)
     throw Failure("the --size " + sizeText(size->first, size->second) + " is more than the " +
-                  sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
+                      sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer,
+                  NoCard);
 }
 
 void FilterPipeline::loadShader(OmImageFilter& filter, const OmString& name, const OmString& suffix,
@@ -210,11 +216,13 @@ void FilterPipeline::checkPicture(const PictureFile& picture) const
   const std::uint64_t most = std::uint64_t{m_largestSide} * m_largestSide;
   if (std::uint64_t{picture.width} * picture.height > most)
     throw Failure(quoted(picture.file) + " is " + sizeText(picture.width, picture.height) + " pixels, more than the " +
-                  std::to_string(most) + " that are read to be scaled");
+                      std::to_string(most) + " that are read to be scaled",
+                  NoCard);
   const auto [width, height] = resultSize(picture);
   if (std::max(width, height) > m_largestSide)
     throw Failure("the result of " + quoted(picture.file) + " would be " + sizeText(width, height) +
-                  " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
+                      " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer,
+                  NoCard);
 }
 
 void FilterPipeline::scale(PicturePixels& pixels, const PictureFile& picture) const

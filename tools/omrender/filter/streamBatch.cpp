@@ -159,5 +159,6 @@ void StreamSink::deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 heig
     return;
   if (errno == EPIPE)
     endBySignal(SIGPIPE);
-  throw Failure("cannot write to standard output: " + std::generic_category().message(errno));
+  const std::error_code error(errno, std::generic_category());
+  throw Failure("cannot write to standard output: " + error.message(), statusOf(error));
 }
