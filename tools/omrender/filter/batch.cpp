@@ -4,6 +4,7 @@
 #include "tools/omrender/signals.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -22,7 +23,8 @@ constexpr std::size_t UnderWay = 16;
 } // namespace
 
 Batch::Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink, const BatchSettings& settings)
-    : m_source(source), m_pipeline(pipeline), m_sink(sink), m_settings(settings), m_bar(settings.total)
+    : m_source(source), m_pipeline(pipeline), m_sink(sink), m_settings(settings),
+      m_bar(settings.total, settings.progress), m_report(settings.report)
 {
 }
 
@@ -38,6 +40,8 @@ ExitStatus Batch::run()
   lock.unlock();
   for (std::thread& thread : threads)
     thread.join();
+  if (m_isStopped)
+    reportUntried();
   return m_status;
 }
 
@@ -69,6 +73,8 @@ bool Batch::workNext(Lock& lock)
 {
   if (!m_items.empty() && m_items.front().state == State::Done)
     deliver(m_items.front(), lock);
+  else if (Item* const encoded = find(State::Encoded))
+    write(*encoded, lock);
   else if (Item* const filtered = find(State::Filtered))
     encode(*filtered, lock);
   else if (Item* const next = nextToRead())
@@ -103,7 +109,7 @@ bool Batch::mayTake() const
   const auto jobs = static_cast<std::size_t>(m_settings.jobs);
   const auto ahead =
       std::count_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Read; });
-  return !m_isEnded && !m_isTaking && m_items.size() < UnderWay * jobs &&
+  return !m_isEnded && !m_isStopped && !m_isTaking && m_items.size() < UnderWay * jobs &&
          static_cast<std::size_t>(ahead) < ReadAhead * jobs;
 }
 
@@ -189,8 +195,17 @@ void Batch::encode(Item& item, Lock& lock)
     filtered.width = std::visit([](const auto& image) { return image.width(); }, filtered.pixels);
     filtered.height = std::visit([](const auto& image) { return image.height(); }, filtered.pixels);
     filtered.bytes = m_sink.encode(*filtered.input, filtered.pixels);
+    filtered.size = filtered.bytes.size();
   };
-  perform(item, State::Encoding, State::Done, lock, encodeResult);
+  perform(item, State::Encoding, State::Encoded, lock, encodeResult);
+}
+
+/// If the disk is full, what follows would fail as well.
+void Batch::write(Item& item, Lock& lock)
+{
+  perform(item, State::Writing, State::Done, lock,
+          [this](Item& encoded) { m_sink.write(*encoded.input, encoded.bytes); });
+  m_isStopped = m_isStopped || item.status == OutOfRoom;
 }
 
 /// Only the first picture is delivered, and one thread does it, so failures are reported in order.
@@ -203,15 +218,74 @@ void Batch::deliver(Item& item, Lock& lock)
   };
   perform(item, State::Delivering, State::Delivering, lock, deliverResult);
   lock.unlock();
+  finish(item);
+  lock.lock();
+  m_isStopped = m_isStopped || m_report != m_settings.report;
+  m_memory -= item.memory;
+  m_items.pop_front();
+  m_changed.notify_all();
+}
+
+void Batch::finish(const Item& item)
+{
+  count(item);
+  addToReport(item);
   if (!item.failure.empty())
     report(item);
   else if (item.losesDepth && !m_hasWarned)
     warnOfDepth();
-  m_bar.setDone(++m_done);
-  lock.lock();
-  m_memory -= item.memory;
-  m_items.pop_front();
-  m_changed.notify_all();
+  m_bar.show(m_progress);
+}
+
+void Batch::count(const Item& item)
+{
+  if (!item.failure.empty())
+    ++m_progress.failed;
+  else if (item.isLeftOut)
+    ++m_progress.skipped;
+  else
+    ++m_progress.done;
+}
+
+/// Without the report the batch does not go on: nobody would know what it did.
+void Batch::addToReport(const Item& item)
+{
+  if (!m_report)
+    return;
+  PictureReport line;
+  if (item.input)
+  {
+    line.in = item.input->task().picture;
+    line.out = item.input->task().result;
+  }
+  line.status = !item.failure.empty() ? "failed" : item.isLeftOut ? "skipped" : "done";
+  line.reason = item.failure;
+  line.bytes = item.failure.empty() ? item.size : 0;
+  line.width = item.width;
+  line.height = item.height;
+  line.milliseconds = item.milliseconds;
+  try
+  {
+    m_report->append(line);
+  }
+  catch (const Failure& failure)
+  {
+    m_report = nullptr;
+    m_status = std::max(m_status, failure.status());
+    m_bar.hide();
+    printFailure("omrender", failure.what());
+  }
+}
+
+void Batch::reportUntried()
+{
+  const std::size_t tried = m_progress.finished();
+  if (m_settings.total == tried || m_isEnded)
+    return;
+  m_bar.hide();
+  printFailure("omrender", (m_settings.total > tried ? std::to_string(m_settings.total - tried) + " pictures were"
+                                                     : OmString("what is left of the list was")) +
+                               " not tried; run the same again when there is room");
 }
 
 void Batch::report(const Item& item)
@@ -222,8 +296,10 @@ void Batch::report(const Item& item)
   if (item.isBeyondLimit)
     endBySignal(SIGXFSZ);
   endIfSignalled();
-  if (m_settings.endsAtFailure)
-    std::_Exit(m_status); // another thread may wait for a picture that never comes
+  if (!m_settings.endsAtFailure)
+    return;
+  m_bar.end();
+  std::_Exit(m_status); // another thread may wait for a picture that never comes
 }
 
 void Batch::warnOfDepth()
@@ -234,12 +310,34 @@ void Batch::warnOfDepth()
                                " has no textures of 16 bits or floats; pictures are filtered with 8");
 }
 
+/// The place of a stage in the report. What a stream delivers is written then.
+std::optional<std::size_t> Batch::stageOf(State state)
+{
+  switch (state)
+  {
+  case State::Opening:
+    return 0;
+  case State::Reading:
+    return 1;
+  case State::Filtering:
+    return 2;
+  case State::Encoding:
+    return 3;
+  case State::Writing:
+  case State::Delivering:
+    return 4;
+  default:
+    return std::nullopt;
+  }
+}
+
 /// Runs an operation on a picture, which is this thread's own meanwhile. What it throws is the picture's failure.
 template <typename Operation>
 void Batch::perform(Item& item, State during, State after, Lock& lock, const Operation& operation)
 {
   item.state = during;
   lock.unlock();
+  const auto start = std::chrono::steady_clock::now();
   try
   {
     operation(item);
@@ -261,11 +359,16 @@ void Batch::perform(Item& item, State during, State after, Lock& lock, const Ope
     item.failure = failure.what();
     item.status = SomeFailed;
   }
-  const bool isOver = !item.failure.empty() || item.isLeftOut || after == State::Done;
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+  const auto stage = stageOf(during);
+  if (stage && (during != State::Delivering || (item.failure.empty() && !item.isLeftOut)))
+    item.milliseconds[*stage] = item.milliseconds[*stage].value_or(0.0) + time.count();
+  const bool hasFailed = !item.failure.empty() || item.isLeftOut;
+  const bool isOver = hasFailed || after == State::Encoded || after == State::Done;
   if (isOver)
     item.pixels = OmImage();
   lock.lock();
-  item.state = isOver && during != State::Delivering ? State::Done : after;
+  item.state = hasFailed && during != State::Delivering ? State::Done : after;
   if (isOver)
   {
     m_memory -= item.memory;

@@ -4,12 +4,15 @@
 #include "tools/omrender/failure.h"
 #include "tools/omrender/filter/pictureSource.h"
 #include "tools/omrender/filter/progressBar.h"
+#include "tools/omrender/filter/report.h"
 
+#include <array>
 #include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -17,10 +20,12 @@ class FilterPipeline;
 
 struct BatchSettings
 {
-  int jobs;                     ///< pictures that are read or written at the same time
-  std::uint64_t memory;         ///< in bytes, for the pictures that are under way
-  std::size_t total;            ///< pictures, for the progress bar; 0 if that is not known
-  bool endsAtFailure;           ///< the first failure ends the program
+  int jobs;             ///< pictures that are read or written at the same time
+  std::uint64_t memory; ///< in bytes, for the pictures that are under way
+  std::size_t total;    ///< pictures, for the progress bar; 0 if that is not known
+  bool endsAtFailure;   ///< the first failure ends the program
+  ProgressKind progress;
+  Report* report;               ///< gets a line for each picture; may be null
   std::uint64_t encodingMemory; ///< for each pixel of a result while it is written, in bytes
 };
 
@@ -51,6 +56,8 @@ private:
     Filtering,
     Filtered,
     Encoding,
+    Encoded,
+    Writing,
     Done, ///< or failed; waits for the pictures before it
     Delivering
   };
@@ -61,15 +68,17 @@ private:
     std::unique_ptr<PictureInput> input;
     PicturePixels pixels; ///< the picture, and then its result
     std::vector<OmU8> bytes;
-    OmU32 width = 0; ///< of the result, in pixels
+    std::size_t size = 0; ///< of the encoded result, in bytes
+    OmU32 width = 0;      ///< of the result, in pixels
     OmU32 height = 0;
-    bool isLeftOut = false;      ///< by its source
-    bool isDeep = false;         ///< it is filtered with 16 bits
-    bool losesDepth = false;     ///< it would be if the card kept them
-    std::uint64_t memory = 0;    ///< that it takes of the limit
-    OmString failure;            ///< empty if there is none
-    ExitStatus status = AllDone; ///< by the failure
-    bool isBeyondLimit = false;  ///< the failure comes with the signal XFSZ
+    bool isLeftOut = false;                                                       ///< by its source
+    bool isDeep = false;                                                          ///< it is filtered with 16 bits
+    bool losesDepth = false;                                                      ///< it would be if the card kept them
+    std::uint64_t memory = 0;                                                     ///< that it takes of the limit
+    OmString failure;                                                             ///< empty if there is none
+    ExitStatus status = AllDone;                                                  ///< by the failure
+    std::array<std::optional<double>, PictureReport::Stages.size()> milliseconds; ///< that the stages took
+    bool isBeyondLimit = false; ///< the failure comes with the signal XFSZ
   };
 
   using Lock = std::unique_lock<std::mutex>;
@@ -78,7 +87,7 @@ private:
   void work();
   bool workNext(Lock& lock);
   bool filterNext(Lock& lock);
-  bool isOver() const { return m_isEnded && m_items.empty(); }
+  bool isOver() const { return (m_isEnded || (m_isStopped && !m_isTaking)) && m_items.empty(); }
   bool mayTake() const;
   bool mayRead(const Item& item) const;
   std::uint64_t memoryFor(const Item& item) const;
@@ -88,9 +97,15 @@ private:
   void open(Item& item, Lock& lock);
   void read(Item& item, Lock& lock);
   void encode(Item& item, Lock& lock);
+  void write(Item& item, Lock& lock);
   void deliver(Item& item, Lock& lock);
+  void finish(const Item& item);
+  void count(const Item& item);
   void report(const Item& item);
+  void addToReport(const Item& item);
+  void reportUntried();
   void warnOfDepth();
+  static std::optional<std::size_t> stageOf(State state);
   template <typename Operation>
   void perform(Item& item, State during, State after, Lock& lock, const Operation& operation);
 
@@ -104,11 +119,13 @@ private:
   std::list<Item> m_items;    ///< under way, in the order of the source
   std::uint64_t m_memory = 0; ///< of the items
   bool m_isTaking = false;
-  bool m_isEnded = false; ///< the source has no more
+  bool m_isEnded = false;   ///< the source has no more
+  bool m_isStopped = false; ///< no more are taken, as their results could not be written
 
   // Of the thread that delivers.
   ProgressBar m_bar;
-  std::size_t m_done = 0; ///< pictures, those that failed included
+  Progress m_progress;
+  Report* m_report;
   ExitStatus m_status = AllDone;
   bool m_hasWarned = false;
 };

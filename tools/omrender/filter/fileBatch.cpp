@@ -1,5 +1,12 @@
 #include "tools/omrender/filter/fileBatch.h"
 
+#include "image/omReplacementFile.h"
+#include "tools/omrender/failure.h"
+#include "tools/omrender/libraryLog.h"
+#include "tools/omrender/signals.h"
+
+#include <system_error>
+
 namespace
 {
 
@@ -37,6 +44,30 @@ std::vector<OmU8> FileSink::encode(const PictureInput& input, const PicturePixel
 {
   const OmString& file = input.task().result;
   const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, file, input);
-  std::visit([&](const auto& pixels) { writePicture(pixels, file, m_log, settings); }, result);
-  return {};
+  std::vector<OmU8> bytes;
+  const auto encodePixels = [&](const auto& pixels)
+  { return OmImageReaderWriter::encode(pixels, file, settings, bytes); };
+  if (!std::visit(encodePixels, result))
+    throw Failure(m_log.takeReason("cannot write " + quoted(file)));
+  return bytes;
+}
+
+void FileSink::write(const PictureInput& input, std::vector<OmU8>& bytes)
+{
+  const OmString& name = input.task().result;
+  std::error_code error;
+  {
+    const FileWriting writing;
+    OmReplacementFile file;
+    if (file.open(name, error) && file.write(bytes.data(), bytes.size(), error))
+      file.commit(error);
+  }
+  if (error == std::errc::is_a_directory)
+    throw Failure("cannot write " + quoted(name) + ": it is a directory");
+  if (error == std::errc::invalid_argument)
+    throw Failure("cannot write " + quoted(name) + ": it is not a regular file");
+  if (error)
+    throw Failure("cannot write " + quoted(name) + ": " + error.message(), statusOf(error));
+  bytes = {};
+  endIfSignalled();
 }

@@ -28,6 +28,7 @@ public:
 
   OmU32 depth(const PictureInput& input) const override { return resultDepth(m_options, input.task().result, input); }
   std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) override;
+  void write(const PictureInput& input, std::vector<OmU8>& bytes) override;
   void deliver(const std::vector<OmU8>&, OmU32, OmU32) override {}
 
 private:

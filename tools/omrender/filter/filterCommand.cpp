@@ -6,12 +6,14 @@
 #include "tools/omrender/filter/filterOptions.h"
 #include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/outputPlan.h"
+#include "tools/omrender/filter/report.h"
 #include "tools/omrender/filter/shaderFile.h"
 #include "tools/omrender/filter/streamBatch.h"
 #include "tools/omrender/libraryLog.h"
 #include "tools/omrender/machine.h"
 #include "tools/omrender/optionValues.h"
 #include "tools/omrender/parsedOption.h"
+#include "tools/omrender/pictureFile.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -39,6 +41,8 @@ struct FilterOptions
   std::optional<std::uint64_t> memory; ///< in bytes; a quarter of what there is by default
   std::optional<RawFrames> raw;
   OutputOptions output;
+  OmString report; ///< a file, or "-" for standard output; empty for none
+  ProgressKind progress = ProgressKind::Bar;
   bool list = false;
 
   bool readsStream() const { return files == std::vector<OmString>{StandardStream}; }
@@ -108,6 +112,8 @@ void checkOptions(const FilterOptions& options)
   checkPlaceOptions(options.places, options.files);
   checkStreams(options);
   checkOutputOptions(options.output, options.places.file);
+  if (options.report == StandardStream && options.places.writesStream())
+    throw CLI::ValidationError("--report", "- is standard output, which gets the results; give it a file");
 }
 
 /// Keeps the memory of a picture for the next one. By default glibc gives large blocks back to the system, which then
@@ -121,7 +127,10 @@ void keepFreedMemory()
 OutputPlan makePlan(const FilterOptions& options)
 {
   const std::vector<OmString> files = options.readsStream() ? std::vector<OmString>{"/dev/stdin"} : options.files;
-  return {files, options.places, options.output, filterFiles(options.filter)};
+  std::vector<OmString> alsoRead = filterFiles(options.filter);
+  if (!options.report.empty())
+    alsoRead.push_back(options.report); // no result replaces it
+  return {files, options.places, options.output, alsoRead};
 }
 
 /// The source keeps a reference to the tasks.
@@ -143,6 +152,25 @@ std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, LibraryLog& 
   return std::make_unique<FileSink>(options.output, log);
 }
 
+/// Returns null without --report. Neither a picture nor a file of the filter gets lines.
+std::unique_ptr<Report> openReport(const FilterOptions& options)
+{
+  if (options.report.empty())
+    return nullptr;
+  std::vector<OmString> read = filterFiles(options.filter);
+  read.insert(read.end(), options.files.begin(), options.files.end());
+  checkNotRead({options.report}, read);
+  return std::make_unique<Report>(options.report);
+}
+
+std::optional<ProgressKind> readProgress(const OmString& text)
+{
+  static const std::map<OmString, ProgressKind> kinds = {
+      {"bar", ProgressKind::Bar}, {"json", ProgressKind::Json}, {"none", ProgressKind::None}};
+  const auto found = kinds.find(text);
+  return found == kinds.end() ? std::nullopt : std::optional(found->second);
+}
+
 /// Throws a Failure for what keeps the run from beginning.
 void filter(const FilterOptions& options, LibraryLog& log)
 {
@@ -153,6 +181,7 @@ void filter(const FilterOptions& options, LibraryLog& log)
     return;
   }
   checkOptions(options);
+  const std::unique_ptr<Report> report = openReport(options);
   OutputPlan plan = makePlan(options);
   const int jobs = options.jobs.value_or(std::min(usableProcessors(), MostJobs));
   setDrawingThreads();
@@ -163,10 +192,16 @@ void filter(const FilterOptions& options, LibraryLog& log)
   const std::unique_ptr<PictureSource> source = makeSource(options, plan, pipeline, log);
   const std::unique_ptr<PictureSink> sink = makeSink(options, log);
   const bool isStream = options.readsStream() || options.places.writesStream();
-  const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4), isStream ? 0 : plan.total(),
-                                  isStream, encodingMemory(options.output, options.places.file)};
+  const BatchSettings settings = {jobs,
+                                  options.memory.value_or(usableMemory() / 4),
+                                  isStream ? 0 : plan.total(),
+                                  isStream,
+                                  isStream && options.progress == ProgressKind::Bar ? ProgressKind::None
+                                                                                    : options.progress,
+                                  report.get(),
+                                  encodingMemory(options.output, options.places.file)};
   const ExitStatus status = Batch(*source, pipeline, *sink, settings).run();
-  if (options.places.skipExisting)
+  if (options.places.skipExisting && options.report != StandardStream)
     std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.total()
               << " pictures, whose results exist\n";
   if (status != AllDone)
@@ -222,6 +257,12 @@ void addFilterCommand(CLI::App& program, LibraryLog& log)
   addParsedOption(*command, "--memory", "SIZE", options->memory, readBytes,
                   "a number of bytes, or one with K, M, G or T",
                   "What pictures under way may take, as in 512M (a quarter of the memory)");
+  command
+      ->add_option("--report", options->report,
+                   "Append a line of JSON for each picture to this file, or with - to standard output")
+      ->type_name("FILE.jsonl");
+  addParsedOption(*command, "--progress", "bar|json|none", options->progress, readProgress, "bar, json or none",
+                  "What standard error shows of a batch: a bar on a terminal, or lines of JSON (bar)");
   addBackEndOptions(*command, options->filter.backEnd, "egl on hardware, else x11, else egl");
   command->add_flag("--list", options->list, "List the filters that --shader finds by name, and exit");
   command->footer(Footer);

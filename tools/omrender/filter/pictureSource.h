@@ -71,9 +71,12 @@ public:
 
   /// The bits of a channel that the result of a picture is to have, 8 or 16.
   virtual OmU32 depth(const PictureInput& input) const = 0;
-  /// Encodes the result of a picture. Returns what is to be delivered. Any thread may call. Throws a Failure.
+  /// Encodes the result of a picture. Any thread may call. Throws a Failure.
   virtual std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) = 0;
-  /// Called with what encode() returned and the result's size in pixels, in the order of the pictures. Throws a
+  /// Writes what encode() returned into the picture's own file and clears it, or leaves it to be delivered. Any thread
+  /// may call. Throws a Failure.
+  virtual void write(const PictureInput& input, std::vector<OmU8>& bytes) = 0;
+  /// Called with what write() left and the result's size in pixels, in the order of the pictures. Throws a
   /// Failure.
   virtual void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) = 0;
 };

@@ -49,6 +49,7 @@ public:
 
   OmU32 depth(const PictureInput& input) const override { return resultDepth(m_options, "", input); }
   std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) override;
+  void write(const PictureInput&, std::vector<OmU8>&) override {}
   void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) override;
 
 private:
