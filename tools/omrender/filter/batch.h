@@ -16,11 +16,10 @@ class FilterPipeline;
 
 struct BatchSettings
 {
-  int jobs;                     ///< pictures that are read or written at the same time
-  std::uint64_t memory;         ///< in bytes, for the pictures that are under way
-  std::size_t total;            ///< pictures, for the progress bar; 0 if that is not known
-  bool endsAtFailure;           ///< the first failure ends the program
-  std::uint64_t encodingMemory; ///< for each pixel of a result while it is written, in bytes
+  int jobs;             ///< pictures that are read or written at the same time
+  std::uint64_t memory; ///< in bytes, for the pictures that are under way
+  std::size_t total;    ///< pictures, for the progress bar; 0 if that is not known
+  bool endsAtFailure;   ///< the first failure ends the program
 };
 
 /// Takes pictures through the filter: as many threads as there are jobs read and write them, and the caller's thread,

@@ -1,16 +1,24 @@
 #include "tools/omrender/filter/fileBatch.h"
 
+#include "tools/omrender/filter/resultFiles.h"
+
 namespace
 {
 
 class FileInput : public PictureInput
 {
 public:
-  FileInput(FilterTask task, LibraryLog& log) : PictureInput(std::move(task)), m_log(log) {}
+  FileInput(FilterTask task, ResultFiles& results, LibraryLog& log)
+      : PictureInput(std::move(task)), m_results(results), m_log(log)
+  {
+  }
 
   bool open() override
   {
+    if (!m_results.wants(task()))
+      return false;
     setHeader(readHeader(task().picture, m_log));
+    m_results.prepare(task());
     return true;
   }
 
@@ -22,6 +30,7 @@ public:
   }
 
 private:
+  ResultFiles& m_results;
   LibraryLog& m_log;
 };
 
@@ -30,7 +39,7 @@ private:
 std::unique_ptr<PictureInput> FileSource::next()
 {
   std::optional<FilterTask> task = m_tasks.next();
-  return task ? std::make_unique<FileInput>(std::move(*task), m_log) : nullptr;
+  return task ? std::make_unique<FileInput>(std::move(*task), m_results, m_log) : nullptr;
 }
 
 std::vector<OmU8> FileSink::encode(const PictureInput& input, const PicturePixels& result)

@@ -6,8 +6,11 @@
 #include "tools/omrender/filter/filterOptions.h"
 #include "tools/omrender/filter/outputOptions.h"
 #include "tools/omrender/filter/outputPlan.h"
+#include "tools/omrender/filter/resultFiles.h"
 #include "tools/omrender/filter/shaderFile.h"
+#include "tools/omrender/filter/shard.h"
 #include "tools/omrender/filter/streamBatch.h"
+#include "tools/omrender/filter/workList.h"
 #include "tools/omrender/libraryLog.h"
 #include "tools/omrender/machine.h"
 #include "tools/omrender/optionValues.h"
@@ -33,6 +36,8 @@ constexpr char StandardStream[] = "-"; ///< in place of a file
 struct FilterOptions
 {
   std::vector<OmString> files;
+  WorkListFile from; ///< instead of the files
+  Shard shard;
   FilterSettings filter;
   OutputPlaces places;
   std::optional<int> jobs;             ///< as many as there are processors by default
@@ -42,6 +47,7 @@ struct FilterOptions
   bool list = false;
 
   bool readsStream() const { return files == std::vector<OmString>{StandardStream}; }
+  bool isStream() const { return readsStream() || places.writesStream(); }
 };
 
 constexpr int MostJobs = 1024;
@@ -93,21 +99,44 @@ void checkStreams(const FilterOptions& options)
                                "takes files, and so does --suffix; give --out - for what comes from standard input");
   if (!reads && options.raw)
     throw CLI::ValidationError("--raw", "says what standard input has; give - as FILE");
+  if (reads && options.shard.count > 1)
+    throw CLI::ValidationError("--shard", "goes by the names of pictures, which standard input has not");
   if (reads && ::isatty(STDIN_FILENO) == 1)
     throw CLI::ValidationError("FILE", "- is standard input, which is a terminal; send pictures into it by a pipe");
   if (writes && ::isatty(STDOUT_FILENO) == 1)
     throw CLI::ValidationError("--out", "- is standard output, which is a terminal; send it into a pipe or a file");
 }
 
+/// Throws if the options for a list do not fit the others.
+void checkWorkList(const FilterOptions& options)
+{
+  if (!options.from.isGiven() && options.from.isNullSeparated)
+    throw CLI::ValidationError("--null", "says what ends the names of --from; give that too");
+  if (!options.from.isGiven())
+    return;
+  if (!options.files.empty())
+    throw CLI::ValidationError("--from", "names the pictures; give no FILE with it");
+  if (options.places.recursive)
+    throw CLI::ValidationError("--recursive", "does not go with --from; find DIR -type f makes a list");
+  if (options.from.name == StandardStream && ::isatty(STDIN_FILENO) == 1)
+    throw CLI::ValidationError("--from", "- is standard input, which is a terminal; send names into it by a pipe");
+}
+
 void checkOptions(const FilterOptions& options)
 {
   if (!options.filter.hasShader())
     throw CLI::RequiredError("--shader");
-  if (options.files.empty())
+  if (options.files.empty() && !options.from.isGiven())
     throw CLI::RequiredError("FILE");
-  checkPlaceOptions(options.places, options.files);
+  checkWorkList(options);
+  if (options.from.isGiven())
+    checkPlaceOptionsForList(options.places);
+  else
+    checkPlaceOptions(options.places, options.files);
   checkStreams(options);
-  checkOutputOptions(options.output, options.places.file);
+  const bool isByLine = options.from.isGiven() && !options.places.areGiven(); // and so checked for each
+  if (!isByLine)
+    checkOutputOptions(options.output, options.places.file);
 }
 
 /// Keeps the memory of a picture for the next one. By default glibc gives large blocks back to the system, which then
@@ -121,19 +150,19 @@ void keepFreedMemory()
 OutputPlan makePlan(const FilterOptions& options)
 {
   const std::vector<OmString> files = options.readsStream() ? std::vector<OmString>{"/dev/stdin"} : options.files;
-  return {files, options.places, options.output, filterFiles(options.filter)};
+  return {files, options.places, options.output, filterFiles(options.filter), options.shard};
 }
 
-/// The source keeps a reference to the tasks.
-std::unique_ptr<PictureSource> makeSource(const FilterOptions& options, TaskList& tasks, FilterPipeline& pipeline,
-                                          LibraryLog& log)
+/// The source keeps references to the tasks and the files of their results.
+std::unique_ptr<PictureSource> makeSource(const FilterOptions& options, TaskList& tasks, ResultFiles& results,
+                                          FilterPipeline& pipeline, LibraryLog& log)
 {
   if (options.raw)
     pipeline.checkPicture({"standard input", options.raw->width, options.raw->height, options.raw->channels});
   if (options.readsStream())
     return std::make_unique<StreamSource>(options.raw, options.places.writesStream() ? "" : options.places.file,
                                           pipeline.largestSide(), log);
-  return std::make_unique<FileSource>(tasks, log);
+  return std::make_unique<FileSource>(tasks, results, log);
 }
 
 std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, LibraryLog& log)
@@ -141,6 +170,52 @@ std::unique_ptr<PictureSink> makeSink(const FilterOptions& options, LibraryLog& 
   if (options.places.writesStream())
     return std::make_unique<StreamSink>(options.output, log);
   return std::make_unique<FileSink>(options.output, log);
+}
+
+/// Filters all pictures. Returns whether everything went well.
+bool runBatch(const FilterOptions& options, TaskList& tasks, ResultFiles& results, FilterPipeline& pipeline,
+              LibraryLog& log)
+{
+  const std::unique_ptr<PictureSource> source = makeSource(options, tasks, results, pipeline, log);
+  const std::unique_ptr<PictureSink> sink = makeSink(options, log);
+  const int jobs = options.jobs.value_or(std::min(usableProcessors(), MostJobs));
+  const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4),
+                                  options.isStream() ? 0 : tasks.total(), options.isStream()};
+  return Batch(*source, pipeline, *sink, settings).run();
+}
+
+void printSkipped(const FilterOptions& options, std::size_t skipped, std::size_t all)
+{
+  if (options.places.skipExisting)
+    std::cout << "skipped " << skipped << " of " << all << " pictures, whose results exist\n";
+}
+
+/// Filters the pictures of --from.
+bool filterWorkList(const FilterOptions& options, LibraryLog& log)
+{
+  std::vector<OmString> alsoRead = filterFiles(options.filter);
+  if (options.from.name != StandardStream)
+    alsoRead.push_back(options.from.name);
+  WorkList list(options.from, options.places, options.output, options.shard);
+  ResultFiles results(std::move(alsoRead), options.places.skipExisting);
+  FilterPipeline pipeline(options.filter, log);
+  printWarnings(log);
+  const bool isGood = runBatch(options, list, results, pipeline, log);
+  printSkipped(options, results.skipped(), list.given());
+  return isGood;
+}
+
+/// Filters the pictures that the command line names.
+bool filterFileArguments(const FilterOptions& options, LibraryLog& log)
+{
+  OutputPlan plan = makePlan(options);
+  ResultFiles results(filterFiles(options.filter), false);
+  FilterPipeline pipeline(options.filter, log);
+  printWarnings(log);
+  plan.makeDirectories();
+  const bool isGood = runBatch(options, plan, results, pipeline, log);
+  printSkipped(options, plan.skipped(), plan.skipped() + plan.total());
+  return isGood;
 }
 
 void filter(const FilterOptions& options, LibraryLog& log)
@@ -152,23 +227,9 @@ void filter(const FilterOptions& options, LibraryLog& log)
     return;
   }
   checkOptions(options);
-  OutputPlan plan = makePlan(options);
-  const int jobs = options.jobs.value_or(std::min(usableProcessors(), MostJobs));
   setDrawingThreads();
   keepFreedMemory();
-  FilterPipeline pipeline(options.filter, log);
-  printWarnings(log);
-  plan.makeDirectories();
-  const std::unique_ptr<PictureSource> source = makeSource(options, plan, pipeline, log);
-  const std::unique_ptr<PictureSink> sink = makeSink(options, log);
-  const bool isStream = options.readsStream() || options.places.writesStream();
-  const BatchSettings settings = {jobs, options.memory.value_or(usableMemory() / 4), isStream ? 0 : plan.total(),
-                                  isStream, encodingMemory(options.output, options.places.file)};
-  const bool isGood = Batch(*source, pipeline, *sink, settings).run();
-  if (options.places.skipExisting)
-    std::cout << "skipped " << plan.skipped() << " of " << plan.skipped() + plan.total()
-              << " pictures, whose results exist\n";
-  if (!isGood)
+  if (!(options.from.isGiven() ? filterWorkList(options, log) : filterFileArguments(options, log)))
     throw CLI::RuntimeError(1);
 }
 
@@ -195,6 +256,8 @@ void addFilterCommand(CLI::App& program, LibraryLog& log)
                    "PNG, JPEG, WebP, TIFF, PPM or PAM files, directories with --recursive, or - for a stream of PNG, "
                    "PPM or PAM pictures")
       ->type_name("");
+  addWorkListOptions(*command, options->from);
+  addShardOption(*command, options->shard);
   addFilterOptions(*command, options->filter);
   addPlaceOptions(*command, options->places);
   addParsedOption(*command, "--raw", "WxH:FORMAT", options->raw, readRawFrames,

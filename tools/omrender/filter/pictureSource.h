@@ -71,6 +71,8 @@ public:
 
   /// The bits of a channel that the result of a picture is to have, 8 or 16.
   virtual OmU32 depth(const PictureInput& input) const = 0;
+  /// The most that encoding the result of a picture takes for each of its pixels, in bytes.
+  virtual std::uint64_t encodingMemory(const PictureInput& input) const = 0;
   /// Encodes the result of a picture. Returns what is to be delivered. Any thread may call. Throws a Failure.
   virtual std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) = 0;
   /// Called with what encode() returned and the result's size in pixels, in the order of the pictures. Throws a
