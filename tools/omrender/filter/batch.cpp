@@ -98,7 +98,9 @@ bool Batch::filterNext(Lock& lock)
   const auto filter = [this](Item& item)
   {
     const PictureFile& header = item.input->header();
-    std::visit([&](auto& image) { m_pipeline.run(image, header.file, !header.hasAlpha(), image); }, item.pixels);
+    std::visit([&](auto& image)
+               { m_pipeline.run(image, header.file, !header.hasAlpha(), item.input->task().uniforms, image); },
+               item.pixels);
   };
   perform(*next, State::Filtering, State::Filtered, lock, filter);
   return true;
@@ -128,7 +130,7 @@ std::uint64_t Batch::memoryFor(const Item& item) const
   const std::uint64_t resultPixels = std::uint64_t{width} * height;
   const std::uint64_t sampleSize = item.isDeep ? 2 : 1;
   return item.input->byteSize() +
-         sampleSize * (4 * pixels + std::max(8 * pixels, (4 + m_settings.encodingMemory) * resultPixels));
+         sampleSize * (4 * pixels + std::max(8 * pixels, (4 + m_sink.encodingMemory(*item.input)) * resultPixels));
 }
 
 /// Returns the first picture in that state, or null.

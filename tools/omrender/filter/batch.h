@@ -25,8 +25,7 @@ struct BatchSettings
   std::size_t total;    ///< pictures, for the progress bar; 0 if that is not known
   bool endsAtFailure;   ///< the first failure ends the program
   ProgressKind progress;
-  Report* report;               ///< gets a line for each picture; may be null
-  std::uint64_t encodingMemory; ///< for each pixel of a result while it is written, in bytes
+  Report* report; ///< gets a line for each picture; may be null
 };
 
 /// Takes pictures through the filter: as many threads as there are jobs read and write them, and the caller's thread,

@@ -2,6 +2,7 @@
 
 #include "image/omReplacementFile.h"
 #include "tools/omrender/failure.h"
+#include "tools/omrender/filter/resultFiles.h"
 #include "tools/omrender/libraryLog.h"
 #include "tools/omrender/signals.h"
 
@@ -13,11 +14,17 @@ namespace
 class FileInput : public PictureInput
 {
 public:
-  FileInput(FilterTask task, LibraryLog& log) : PictureInput(std::move(task)), m_log(log) {}
+  FileInput(FilterTask task, ResultFiles& results, LibraryLog& log)
+      : PictureInput(std::move(task)), m_results(results), m_log(log)
+  {
+  }
 
   bool open() override
   {
+    if (!m_results.wants(task()))
+      return false;
     setHeader(readHeader(task().picture, m_log));
+    m_results.prepare(task());
     return true;
   }
 
@@ -29,6 +36,7 @@ public:
   }
 
 private:
+  ResultFiles& m_results;
   LibraryLog& m_log;
 };
 
@@ -37,7 +45,7 @@ private:
 std::unique_ptr<PictureInput> FileSource::next()
 {
   std::optional<FilterTask> task = m_tasks.next();
-  return task ? std::make_unique<FileInput>(std::move(*task), m_log) : nullptr;
+  return task ? std::make_unique<FileInput>(std::move(*task), m_results, m_log) : nullptr;
 }
 
 std::vector<OmU8> FileSink::encode(const PictureInput& input, const PicturePixels& result)

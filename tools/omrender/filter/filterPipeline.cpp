@@ -37,6 +37,51 @@ private:
 
 } // namespace
 
+/// Uniforms that a picture has for itself; at the end of its life they are as they were before.
+class FilterPipeline::PictureUniforms
+{
+public:
+  explicit PictureUniforms(FilterPipeline& pipeline) : m_pipeline(pipeline) {}
+  ~PictureUniforms()
+  {
+    for (const OmImageFilter::Setting& setting : m_before)
+      m_pipeline.set(setting);
+  }
+  PictureUniforms(const PictureUniforms&) = delete;
+  PictureUniforms& operator=(const PictureUniforms&) = delete;
+
+  /// Throws a Failure, with the cause in front, if the shaders have no such uniform. Whether the value fits is seen
+  /// when they run: a name that is not there would make each run fail that follows.
+  void set(const OmString& uniform, const OmString& cause)
+  {
+    const std::size_t sign = uniform.find('=');
+    const OmImageFilter::Setting& setting = find(uniform.substr(0, sign), cause);
+    m_before.push_back(setting);
+    const auto [shader, name] = place(setting.name);
+    m_pipeline.m_filters[shader]->set(name + uniform.substr(sign));
+  }
+
+private:
+  /// The name of an array stands for its first element.
+  const OmImageFilter::Setting& find(const OmString& name, const OmString& cause)
+  {
+    if (m_usual.empty())
+      m_usual = m_pipeline.settingsOf(m_pipeline.m_filters);
+    OmString names;
+    for (const OmImageFilter::Setting& setting : m_usual)
+    {
+      if (setting.name == name || setting.name == name + "[0]")
+        return setting;
+      names += (names.empty() ? "" : ", ") + setting.name;
+    }
+    throw Failure(cause + "there is no uniform " + quoted(name) + " to set, but " + (names.empty() ? "none" : names));
+  }
+
+  FilterPipeline& m_pipeline;
+  std::vector<OmImageFilter::Setting> m_usual;
+  std::vector<OmImageFilter::Setting> m_before; ///< of the uniforms that are set
+};
+
 FilterPipeline::FilterPipeline(const FilterSettings& settings, LibraryLog& log) : m_settings(settings), m_log(log)
 {
   openWindow();
@@ -233,20 +278,27 @@ void FilterPipeline::scale(PicturePixels& pixels, const PictureFile& picture) co
 }
 
 template <typename Image>
-void FilterPipeline::runFilters(const Image& image, const OmString& file, bool isOpaque, Image& result)
+void FilterPipeline::runFilters(const Image& image, const OmString& file, bool isOpaque,
+                                const std::vector<OmString>& uniforms, Image& result)
 {
   const Turn turn(m_window);
+  PictureUniforms own(*this);
+  const OmString cause = "cannot filter " + quoted(file) + ": ";
+  for (const OmString& uniform : uniforms)
+    own.set(uniform, cause);
   m_filters.front()->setOpaque(isOpaque);
   if (!m_filters.front()->run(image, result))
-    throw Failure("cannot filter " + quoted(file) + ": " + m_log.takeReason("no reason was given"));
+    throw Failure(cause + m_log.takeReason("no reason was given"));
 }
 
-void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result)
+void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque,
+                         const std::vector<OmString>& uniforms, OmImage& result)
 {
-  runFilters(image, file, isOpaque, result);
+  runFilters(image, file, isOpaque, uniforms, result);
 }
 
-void FilterPipeline::run(const OmDeepImage& image, const OmString& file, bool isOpaque, OmDeepImage& result)
+void FilterPipeline::run(const OmDeepImage& image, const OmString& file, bool isOpaque,
+                         const std::vector<OmString>& uniforms, OmDeepImage& result)
 {
-  runFilters(image, file, isOpaque, result);
+  runFilters(image, file, isOpaque, uniforms, result);
 }

@@ -71,6 +71,8 @@ public:
 
   /// The bits of a channel that the result of a picture is to have, 8 or 16.
   virtual OmU32 depth(const PictureInput& input) const = 0;
+  /// The most that encoding the result of a picture takes for each of its pixels, in bytes.
+  virtual std::uint64_t encodingMemory(const PictureInput& input) const = 0;
   /// Encodes the result of a picture. Any thread may call. Throws a Failure.
   virtual std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) = 0;
   /// Writes what encode() returned into the picture's own file and clears it, or leaves it to be delivered. Any thread

@@ -48,6 +48,7 @@ public:
   StreamSink(const OutputOptions& options, LibraryLog& log);
 
   OmU32 depth(const PictureInput& input) const override { return resultDepth(m_options, "", input); }
+  std::uint64_t encodingMemory(const PictureInput&) const override { return ::encodingMemory(m_options, "-"); }
   std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) override;
   void write(const PictureInput&, std::vector<OmU8>&) override {}
   void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) override;
