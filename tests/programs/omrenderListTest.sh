@@ -145,7 +145,7 @@ refuses 2 "--recursive: does not go with --from" filter --shader invert --recurs
 refuses 2 "--out: takes one picture" filter --shader invert --from files --out out.png
 refuses 2 "give - as FILE" filter --shader invert --from files --out-dir out --raw 3x2:gray
 refuses 2 "--null: says" filter --shader invert -0 one.png --out-dir out
-refuses 1 'cannot read "nosuch"' filter --shader invert --from nosuch --out-dir out
+refuses 2 'cannot read "nosuch"' filter --shader invert --from nosuch --out-dir out
 refuses 1 'cannot read "in": Is a directory' filter --shader invert --from in --out-dir out
 refuses 1 'no place for the result of "in/1.png"' filter --shader invert --from <(echo in/1.png)
 

@@ -20,7 +20,7 @@ same() {
 }
 
 groff -ww -mdoc -Tutf8 "$tools/omrender.1" 2>&1 >page | grep . && wrong "groff complains"
-sed -e 's/\\-/-/g' -e "s/\\\\(aq/'/g" -e 's/^\.It Fl h , Fl -/.It Fl -/' "$tools/omrender.1" >manual
+sed -e 's/\\-/-/g' -e "s/\\\\(aq/'/g" -e 's/^\.It Fl [h0] , Fl -/.It Fl -/' "$tools/omrender.1" >manual
 commands=$("$omrender" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
 same commands "$(described COMMANDS .Ss | cut -d ' ' -f 2)" "$commands"
 same options "$(described OPTIONS .It | sed 's/Fl /-/' | options)" "$(offered)"
