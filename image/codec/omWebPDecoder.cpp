@@ -1,7 +1,9 @@
 #include "image/codec/omWebP.h"
 
+#include "image/codec/omOrigin.h"
 #include "image/codec/omProfile.h"
 #include "image/codec/omWebPChunks.h"
+#include "image/codec/omXmp.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,6 +18,10 @@ namespace
 constexpr std::uint64_t FreeBytes = std::uint64_t{128} << 20;
 constexpr std::uint64_t Ratio = 1032;
 constexpr int Lossless = 2; ///< of WebPBitstreamFeatures::format
+
+/// The largest of the chunks that are kept, in bytes.
+constexpr std::size_t LargestExif = std::size_t{16} << 20;
+constexpr std::size_t LargestXmp = 1U << 12; ///< of those with an origin
 
 /// With loss, a square of this side takes more than a bit: its way of prediction does.
 constexpr OmU32 SquareSide = 16;
@@ -57,15 +63,17 @@ public:
     m_channels = features.has_alpha != 0 ? 4 : 3;
     if (!fileMayHoldPicture(features.format == Lossless))
       return fail("the file is too small for the size in its header");
-    const OmWebPChunk exif = findWebPChunk(m_bytes, "EXIF");
-    m_orientation = OmExif::orientation(exif.data, exif.size);
+    const std::vector<OmU8> exif = findWebPChunk(m_file, "EXIF", LargestExif);
+    m_orientation = OmExif::orientation(exif.data(), exif.size());
     return true;
   }
 
   void readMetadata(OmImageMetadata& metadata) override
   {
-    const OmWebPChunk profile = findWebPChunk(m_bytes, "ICCP");
-    OmProfile::keep(profile.data, profile.size, metadata);
+    const std::vector<OmU8> profile = findWebPChunk(m_file, "ICCP", OmImageMetadata::LargestProfile);
+    OmProfile::keep(profile.data(), profile.size(), metadata);
+    const std::vector<OmU8> xmp = findWebPChunk(m_file, "XMP ", LargestXmp);
+    OmOrigin::keep(OmXmp::origin(OmString(xmp.begin(), xmp.end())), metadata);
   }
 
   bool start() override
