@@ -26,7 +26,8 @@ constexpr char Start[] = ".om-", End[] = ".tmp";
 constexpr char OldStart[] = ".om"; ///< a decimal number followed, and no file was locked
 constexpr std::size_t Digits = 16; ///< of the owner and of the random number
 constexpr char NoOwner[] = "0000000000000000";
-constexpr std::time_t LongestWriting = std::time_t{24} * 60 * 60; ///< in seconds; what was not written to for longer is left behind
+constexpr std::time_t LongestWriting =
+    std::time_t{24} * 60 * 60; ///< in seconds; what was not written to for longer is left behind
 constexpr int Attempts = 10;
 
 /// The directory of a path, with its slash; empty for the current one.

@@ -215,6 +215,13 @@ void OmJpegDecoder::readMetadata(OmImageMetadata& metadata)
       OmOrigin::keepComment(OmString(marker->data, marker->data + marker->data_length), metadata);
 }
 
+bool OmJpegDecoder::isWhole()
+{
+  OmU8 end[2] = {};
+  return ::fseeko(m_file.stream(), -static_cast<off_t>(sizeof end), SEEK_END) == 0 &&
+         std::fread(end, 1, sizeof end, m_file.stream()) == sizeof end && end[0] == 0xff && end[1] == JPEG_EOI;
+}
+
 bool OmJpegDecoder::start()
 {
   m_ownRow.resize(std::size_t{m_width} * 4);

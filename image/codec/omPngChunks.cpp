@@ -19,6 +19,11 @@ OmU32 number(const OmU8* bytes)
   return OmU32{bytes[0]} << 24 | OmU32{bytes[1]} << 16 | OmU32{bytes[2]} << 8 | bytes[3];
 }
 
+bool isLetter(char byte)
+{
+  return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+
 bool isSame(OmU8 byte, char letter)
 {
   return byte == static_cast<OmU8>(letter);
@@ -40,9 +45,10 @@ OmPngChunks::OmPngChunks(const OmInputFile& file, std::vector<OmString> types, s
     for (Chunk& chunk : m_chunks)
       if (!chunk.isFound && chunk.type.compare(0, TypeSize, type) == 0 && size <= largest && size <= file.size() - at)
         keep(file.stream(), chunk, size);
-    if (type == "IEND")
-      break;
     at += HeadSize + std::uint64_t{size} + SumSize;
+    m_hasEnd = type == "IEND" && at <= file.size();
+    if (type == "IEND" || !std::all_of(type.begin(), type.end(), isLetter)) // or it is no chunk
+      break;
   }
 }
 

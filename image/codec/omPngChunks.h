@@ -16,6 +16,8 @@ public:
   /// file's stream is undefined afterwards.
   OmPngChunks(const OmInputFile& file, std::vector<OmString> types, std::size_t largest);
 
+  /// Whether there is a whole last chunk (IEND).
+  bool hasEnd() const { return m_hasEnd; }
   /// The data of the chunk of that type, as the constructor was given it; null if there is none.
   const std::vector<OmU8>* find(const OmString& type) const;
 
@@ -30,6 +32,7 @@ private:
   void keep(std::FILE* stream, Chunk& chunk, std::size_t size);
 
   std::vector<Chunk> m_chunks;
+  bool m_hasEnd = false;
 };
 
 #endif

@@ -18,6 +18,7 @@ public:
 
   bool readHeader() override;
   void readMetadata(OmImageMetadata& metadata) override;
+  bool isWhole() override { return m_headerText.size() + m_header.pixelBytes() == m_file.size(); }
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override { return true; }
