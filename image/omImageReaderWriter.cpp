@@ -1,5 +1,6 @@
 #include "image/omImageReaderWriter.h"
 
+#include "foundation/common/omUtils.h"
 #include "foundation/core/omPrint.h"
 #include "image/codec/omInputFile.h"
 #include "image/codec/omPictureKinds.h"
@@ -209,10 +210,7 @@ bool reportFailure(const char* what, const OmString& fileName, const Operation& 
   {
     reason = "out of memory";
   }
-  OmString name = fileName;
-  for (char& character : name)
-    if (static_cast<unsigned char>(character) < ' ')
-      character = '?'; // a newline in the name must not break the line
+  const OmString name = OmEscaped(fileName); // a newline in the name must not break the line
   Om::Print::instance().write(Om::Print::Error, "OmImageReaderWriter: cannot %s \"%s\": %s\n", what, name.c_str(),
                               reason.c_str());
   return false;

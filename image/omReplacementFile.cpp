@@ -26,8 +26,7 @@ constexpr char Start[] = ".om-", End[] = ".tmp";
 constexpr char OldStart[] = ".om"; ///< a decimal number followed, and no file was locked
 constexpr std::size_t Digits = 16; ///< of the owner and of the random number
 constexpr char NoOwner[] = "0000000000000000";
-constexpr std::time_t LongestWriting =
-    std::time_t{24} * 60 * 60; ///< in seconds; what was not written to for longer is left behind
+constexpr std::time_t LongestWriting = 86400; ///< in seconds; what was not written to for longer is left behind
 constexpr int Attempts = 10;
 
 /// The directory of a path, with its slash; empty for the current one.
@@ -50,8 +49,8 @@ OmString readOwner()
   if (!std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), boot))
     return NoOwner;
   std::uint64_t hash = 0xcbf29ce484222325; // FNV-1a, which is the same in all builds
-  for (const char letter : boot)
-    hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001b3;
+  for (const char byte : boot)
+    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
   return hexadecimal(hash);
 }
 

@@ -281,9 +281,11 @@ OmString OmColorTable::Parser::checkEnd() const
 OmBoolean OmColorTable::read(const OmString& fileName)
 {
   const OmString path = Om::Application::findFile(fileName);
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+  OmString failure;
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(Om::Application::openFile(path, failure), std::fclose);
   OmColorTable table;
-  const OmString failure = file ? Parser(table).read(file.get()) : std::generic_category().message(errno);
+  if (file)
+    failure = Parser(table).read(file.get());
   if (failure.empty())
     *this = std::move(table);
   else

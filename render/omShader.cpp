@@ -6,7 +6,6 @@
 #include "render/omVersion.h"
 
 #include <algorithm>
-#include <fstream>
 #include <memory>
 #include <new>
 
@@ -36,16 +35,6 @@ GLint parameter(GLhandleARB handle, GLenum name)
   GLint value = 0;
   glGetObjectParameterivARB(handle, name, &value);
   return value;
-}
-
-/// False if the file does not open, or if it opens and cannot be read, as a directory does.
-bool readFile(const OmString& path, OmString& text)
-{
-  std::ifstream file(path, std::ios::binary);
-  char part[4096];
-  while (file.read(part, sizeof part) || file.gcount() > 0)
-    text.append(part, static_cast<std::size_t>(file.gcount()));
-  return file.is_open() && !file.bad();
 }
 
 } // namespace
@@ -81,7 +70,8 @@ GLhandleARB* OmShader::shaderOf(ShaderType type)
 OmBoolean OmShader::loadShaderFromFile(const OmString& fileName, ShaderType type)
 {
   OmString source;
-  if (readFile(Om::Application::findFile(fileName), source))
+  OmString reason;
+  if (Om::Application::readFile(Om::Application::findFile(fileName), source, reason))
     return loadShaderFromString(source, type);
   Om::Print::instance().write(Om::Print::Error, "OmShader::loadShaderFromFile - can't open %s.\n", fileName.c_str());
   return false;

@@ -157,9 +157,11 @@ TEST(omColorTableTest, RefusesWithTheLine)
   const PrintCapture capture;
   EXPECT_FALSE(OmColorTable().read("nowhere.cube"));
   EXPECT_FALSE(OmColorTable().read("/"));
+  EXPECT_FALSE(OmColorTable().read("/dev/zero"));
   const std::vector<PrintCapture::Message> expected = {
       {Om::Print::Error, "OmColorTable: cannot read \"nowhere.cube\": No such file or directory.\n"},
-      {Om::Print::Error, "OmColorTable: cannot read \"/\": Is a directory.\n"}};
+      {Om::Print::Error, "OmColorTable: cannot read \"/\": it is a directory.\n"},
+      {Om::Print::Error, "OmColorTable: cannot read \"/dev/zero\": it is not a regular file.\n"}};
   EXPECT_EQ(capture.messages(), expected);
 }
 

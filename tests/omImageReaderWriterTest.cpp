@@ -1,5 +1,7 @@
 #include "image/omImageReaderWriter.h"
 
+#include "foundation/common/omUtils.h"
+
 #include "support/pictures.h"
 #include "support/printCapture.h"
 
@@ -83,7 +85,7 @@ protected:
   auto fileCount() const { return std::distance(fs::directory_iterator(m_directory), fs::directory_iterator()); }
 
   /// Expects one error message, of one line, that names the file and has the reason.
-  void expectReport(OmString fileName, const OmString& reason = "\n")
+  void expectReport(const OmString& fileName, const OmString& reason = "\n")
   {
     const Messages messages = m_capture.messages();
     m_capture.clear();
@@ -91,8 +93,7 @@ protected:
     const auto& [type, text] = messages[0];
     EXPECT_EQ(type, Om::Print::Error);
     EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
-    std::replace(fileName.begin(), fileName.end(), '\n', '?');
-    EXPECT_NE(text.find('"' + fileName + '"'), OmString::npos) << text;
+    EXPECT_NE(text.find('"' + OmEscaped(fileName) + '"'), OmString::npos) << text;
     EXPECT_NE(text.find(reason), OmString::npos) << text;
   }
 

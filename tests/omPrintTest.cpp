@@ -150,6 +150,13 @@ TEST(omPrintTest, FindsFilesAlongTheSearchPath)
   fs::remove_all(root);
 }
 
+TEST(omPrintTest, ControlCharactersAreEscaped)
+{
+  EXPECT_EQ(OmEscaped("a\n\t\r\x1b[31m\x7f\xc2\x9b"), "a\\n\\t\\r\\x1b[31m\\x7f\\xc2\\x9b");
+  const OmString plain = "a\\n \xc2\xa0\xc3\x84\xc3\x9b\xc2"; // letters in UTF-8, and one that is cut off
+  EXPECT_EQ(OmEscaped(plain), plain);
+}
+
 TEST(omPrintTest, NumbersAsText)
 {
   EXPECT_EQ(OmINT2STRING(1287, 10), "1287");

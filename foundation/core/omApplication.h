@@ -3,10 +3,12 @@
 
 #include "foundation/core/omTypes.h"
 
+#include <cstdio>
+
 namespace Om
 {
 
-/// Finds the files that a program names.
+/// Finds and opens the files that a program names.
 ///
 /// \code
 ///   Om::Application::addSearchPath("data");
@@ -23,6 +25,14 @@ public:
 
   /// Appends a directory to the search path.
   static void addSearchPath(const OmString& directory);
+
+  /// Opens a regular file to be read, which the caller closes. Pipes and devices are refused without waiting for them.
+  /// On failure the result is null, and `reason` says why.
+  static std::FILE* openFile(const OmString& path, OmString& reason);
+
+  /// Reads a regular file of text, of up to 16 MiB. If that fails, `reason` says why, false is returned, and `text` is
+  /// unchanged.
+  static OmBoolean readFile(const OmString& path, OmString& text, OmString& reason);
 };
 
 } // namespace Om

@@ -1,36 +1,20 @@
 #include "image/codec/omInputFile.h"
 
+#include "foundation/core/omApplication.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 
 bool OmInputFile::open(const OmString& fileName, OmString& reason)
 {
-  // O_NONBLOCK: opening a pipe that nobody writes to would wait for ever. Regular files ignore it.
-  const int descriptor = ::open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (descriptor < 0)
-  {
-    reason = std::generic_category().message(errno);
-    return false;
-  }
-  m_stream.reset(::fdopen(descriptor, "rb"));
+  m_stream.reset(Om::Application::openFile(fileName, reason));
   if (!m_stream)
-  {
-    ::close(descriptor);
-    reason = "out of memory";
     return false;
-  }
-
   struct stat status = {};
-  if (::fstat(descriptor, &status) != 0)
+  if (::fstat(::fileno(m_stream.get()), &status) != 0)
     reason = std::generic_category().message(errno);
-  else if (S_ISDIR(status.st_mode))
-    reason = "it is a directory";
-  else if (!S_ISREG(status.st_mode))
-    reason = "it is not a regular file";
   else if (status.st_size <= 0)
     reason = "the file is empty";
   else

@@ -2,12 +2,8 @@
 
 #include "foundation/core/omApplication.h"
 
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
-#include <memory>
 #include <sstream>
-#include <system_error>
 
 namespace
 {
@@ -39,14 +35,8 @@ OmString OmFilterShader::readFile(const OmString& fileName)
 {
   const OmString path = Om::Application::findFile(fileName);
   name = '"' + path + '"';
-  const auto failure = [this] { return "cannot read " + name + ": " + std::generic_category().message(errno); };
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-  if (!file)
-    return failure();
-  char part[4096];
-  while (const std::size_t size = std::fread(part, 1, sizeof part, file.get()))
-    source.append(part, size);
-  return std::ferror(file.get()) ? failure() : "";
+  OmString reason;
+  return Om::Application::readFile(path, source, reason) ? "" : "cannot read " + name + ": " + reason;
 }
 
 OmString OmFilterShader::readComment()

@@ -65,7 +65,7 @@ onDevices "software locked card" json 'it["device"] == 0' info --backend egl --d
 export OM_RENDER_DEVICE=2
 onDevices "card card card" json 'it["device"] == 2' info
 onDevices "card card card" json 'it["device"] == 1' info --device 1
-OM_RENDER_DEVICE=5 refuses 1 'no device "5"; there are: 0' filter --shader invert chart.png --out out.png
+OM_RENDER_DEVICE=5 refuses 3 'no device "5"; there are: 0' filter --shader invert chart.png --out out.png
 unset OM_RENDER_DEVICE
 
 # What fails says what was tried, a line each.
@@ -73,19 +73,19 @@ noDisplay='omrender: cannot open a window on a display (DISPLAY is not set): Can
 node='/dev/dri/no-locked (give the container the device)'
 locked="omrender: cannot open a window without a display: No device gives OpenGL. Device 0 (/dev/dri/no-locked): eglInitialize: EGL_BAD_DISPLAY, No such file or directory for $node"
 invert=(filter --shader invert chart.png --out out.png)
-onDevices locked says 1 "$locked"$'\n'"$noDisplay" "${invert[@]}"
-onDevices locked says 1 "$noDisplay"$'\n'"$locked" info
-onDevices locked says 1 "$locked" show --backend egl chart.png --capture out.png
-DISPLAY=:9999 onDevices locked says 1 "${noDisplay/a display (DISPLAY is not set)/display \":9999\"}"$'\n'"$locked" "${invert[@]}"
-onDevices locked says 1 "$locked" "${invert[@]}" --device hardware
-says 1 "$noDisplay" "${invert[@]}" --backend x11
+onDevices locked says 3 "$locked"$'\n'"$noDisplay" "${invert[@]}"
+onDevices locked says 3 "$noDisplay"$'\n'"$locked" info
+onDevices locked says 3 "$locked" show --backend egl chart.png --capture out.png
+DISPLAY=:9999 onDevices locked says 3 "${noDisplay/a display (DISPLAY is not set)/display \":9999\"}"$'\n'"$locked" "${invert[@]}"
+onDevices locked says 3 "$locked" "${invert[@]}" --device hardware
+says 3 "$noDisplay" "${invert[@]}" --backend x11
 rm "$work/double/libEGL.so.1" && echo "no library" >"$work/double/libEGL.so.1"
-onDevices "" refuses 1 "install the package libegl1" info --devices
-onDevices "" refuses 1 "install the package libegl1" info --backend egl
+onDevices "" refuses 3 "install the package libegl1" info --devices
+onDevices "" refuses 3 "install the package libegl1" info --backend egl
 [[ ! -e out.png ]] || wrong "a failure left a picture"
-MESA_GL_VERSION_OVERRIDE=3.1FC refuses 1 "compatibility profile" info --backend egl
-refuses 1 'no device "cuda:77"; there are: 0' info --device cuda:77
-refuses 1 'no device "cuda:77"; there are: 0' show --backend egl --device cuda:77 chart.png --capture out.png
+MESA_GL_VERSION_OVERRIDE=3.1FC refuses 3 "compatibility profile" info --backend egl
+refuses 3 'no device "cuda:77"; there are: 0' info --device cuda:77
+refuses 3 'no device "cuda:77"; there are: 0' show --backend egl --device cuda:77 chart.png --capture out.png
 refuses 2 "cannot be seen" show --backend egl chart.png
 refuses 2 "--device" show --device 0 chart.png --capture out.png
 refuses 2 "--device" info --device 0 --backend x11

@@ -151,7 +151,7 @@ done <<'END'
 -GL_ARB_texture_float 0 0 51
 END
 printf 'LUT_3D_SIZE 2\n0 0 x\n' >bad.cube
-refuses 1 'cannot read "bad.cube": line 2: "x" is no' filter --shader lut --texture lut=bad.cube chart.png --out out.png
+refuses 2 'cannot read "bad.cube": line 2: "x" is no' filter --shader lut --texture lut=bad.cube chart.png --out out.png
 
 # $OM_SHADER_PATH goes before the program's own shaders.
 mkdir shaders
@@ -169,14 +169,14 @@ others=$((units - 1))
 mapfile -t mean < <(seq -f '--texture=t%g=chart.png' $others)
 "$omrender" filter --shader mean.frag "${mean[@]}" chart.png --out out.png && "$omdemo" compare chart.png out.png >stdout ||
   wrong "all units: $(cat stdout)"
-refuses 1 "$others pictures" filter --shader mean.frag "${mean[@]}" --texture more=chart.png chart.png --out out.png
+refuses 3 "$others pictures" filter --shader mean.frag "${mean[@]}" --texture more=chart.png chart.png --out out.png
 
 # However a sampler is declared, it asks for a picture, unless the program makes no use of it.
 main='void main() { vec2 p = gl_TexCoord[0].st; gl_FragColor = texture2D(image, p)'
 samples() { printf '%b' "$1\n$main $2; }\n" >samplers.frag; }
 while IFS='|' read -r declaration used; do
   samples "$declaration" "${used:-+ texture2D(other, p)}"
-  refuses 1 '--texture other' filter --shader samplers.frag chart.png --out out.png
+  refuses 2 '--texture other' filter --shader samplers.frag chart.png --out out.png
 done <<'END'
 uniform sampler2D image, other;
 #version 130\nuniform lowp sampler2D image; uniform /* the */ lowp sampler2D\nother;
@@ -184,13 +184,13 @@ uniform sampler2D image, other;
 uniform sampler2D image; uniform sampler2D other[2];|+ texture2D(other[1], p)
 END
 samples 'uniform sampler2D image, other[2];' '* 0.0 + mix(texture2D(other[0], p), texture2D(other[1], p), p.x)'
-refuses 1 '--texture other[1]=' filter --shader samplers.frag --texture 'other[0]=chart.png' chart.png --out out.png
+refuses 2 '--texture other[1]=' filter --shader samplers.frag --texture 'other[0]=chart.png' chart.png --out out.png
 "$omrender" filter --shader samplers.frag --texture 'other[0]=chart.png' --texture 'other[1]=chart.png' table.png \
   --size 641x479 --out out.png && "$omdemo" compare chart.png out.png >stdout || wrong "an array: $(cat stdout)"
 samples 'uniform sampler2D image, unused; // uniform sampler2D other;' ''
 "$omrender" filter --shader samplers.frag chart.png --out out.png || wrong "a sampler without use"
 samples 'uniform sampler2D image; uniform samplerCube sky;' '+ textureCube(sky, vec3(p, 1.0))'
-refuses 1 '"sky" of "samplers.frag" is no sampler2D' filter --shader samplers.frag chart.png --out out.png
+refuses 2 '"sky" of "samplers.frag" is no sampler2D' filter --shader samplers.frag chart.png --out out.png
 
 # The coordinates of a shader of the core profile come from a vertex shader; without one, a run warns once.
 printf '#version 330 core\nin vec2 uv; out vec4 c; uniform sampler2D image; void main() { c = texture(image, uv); }' >core.frag
@@ -222,40 +222,44 @@ mkdir -p twice
 cp chart.png twice/chart.jpg
 touch file
 o=(--out out.png)
-refuses 1 'bad.frag": 0:4' filter --shader bad.frag short.png "${o[@]}"
-refuses 1 "unlinked.frag" filter --shader unlinked.frag short.png "${o[@]}"
+refuses 2 'bad.frag": 0:4' filter --shader bad.frag short.png "${o[@]}"
+refuses 2 "unlinked.frag" filter --shader unlinked.frag short.png "${o[@]}"
 mkdir folder.frag
 ln -s /proc/self/mem memory.frag # opens and cannot be read
-refuses 1 'cannot read "folder.frag": Is a directory' filter --shader folder chart.png "${o[@]}"
-refuses 1 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
-refuses 1 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
-refuses 1 '"radios", or makes no use of it; it has radius (a float)' filter --shader blur --set radios=3 short.png "${o[@]}"
-refuses 1 'is a float, not 2 numbers' filter --shader blur --set radius=1,2 short.png "${o[@]}"
-refuses 1 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
-refuses 1 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
-refuses 1 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
-refuses 1 "short.png" filter --shader lut --texture lut=short.png chart.png "${o[@]}"
-refuses 1 "nowhere" filter --shader blur short.png --out nowhere/out.png
-refuses 1 "file" filter --shader blur chart.png --out-dir file
-refuses 1 "regular file" filter --shader blur chart.png --out /dev/full
-refuses 1 "both be written" filter --shader blur --out-dir out chart.png twice/chart.jpg
-refuses 1 'over "chart.png"' filter --shader blur --out-dir . chart.png
+refuses 2 'cannot read "folder.frag": it is a directory' filter --shader folder chart.png "${o[@]}"
+refuses 2 'cannot read "memory.frag": Input/output error' filter --shader memory.frag chart.png "${o[@]}"
+mkfifo pipe.frag pipe.cube # nobody writes to them
+refuses 2 'cannot read "pipe.frag": it is not a regular file' filter --shader pipe chart.png "${o[@]}"
+refuses 2 'cannot read "pipe.cube": it is not a regular file' filter --shader lut --texture lut=pipe.cube chart.png "${o[@]}"
+refuses 2 '"no\x1b[31m\nsuch\x7f"' filter --shader $'no\e[31m\nsuch\x7f' chart.png "${o[@]}"
+refuses 2 '"nosuch"' filter --shader nosuch chart.png "${o[@]}"
+refuses 2 '"radios", or makes no use of it; it has radius (a float)' filter --shader blur --set radios=3 short.png "${o[@]}"
+refuses 2 'is a float, not 2 numbers' filter --shader blur --set radius=1,2 short.png "${o[@]}"
+refuses 2 '"radius"' filter --shader blur --set radius=i2 short.png "${o[@]}"
+refuses 2 "itself" filter --shader blur --set pass=i2 short.png "${o[@]}"
+refuses 2 '--texture lut=FILE' filter --shader lut chart.png "${o[@]}"
+refuses 2 "short.png" filter --shader lut --texture lut=short.png chart.png "${o[@]}"
+refuses 2 "nowhere" filter --shader blur short.png --out nowhere/out.png
+refuses 2 "file" filter --shader blur chart.png --out-dir file
+refuses 2 "regular file" filter --shader blur chart.png --out /dev/full
+refuses 2 "both be written" filter --shader blur --out-dir out chart.png twice/chart.jpg
+refuses 2 'over "chart.png"' filter --shader blur --out-dir . chart.png
 echo 'void main() { gl_Position = ftransform(); }' >own.vert
 for file in excess.frag own.vert table.png chart.png; do
   for symbolic in -s ""; do
     ln -f $symbolic "$file" link.png
-    refuses 1 "over \"$file\"" filter --shader excess --vertex own --texture t=table.png chart.png --out link.png
+    refuses 2 "over \"$file\"" filter --shader excess --vertex own --texture t=table.png chart.png --out link.png
   done
 done
 mkdir links
 ln -s links/chart.png turned.png
 cp chart.png links # what the first picture makes is the second picture
-refuses 1 'over "turned.png"' filter --shader invert --out-dir links twice/chart.jpg turned.png
-refuses 1 "--size 99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[@]}"
+refuses 2 'over "turned.png"' filter --shader invert --out-dir links twice/chart.jpg turned.png
+refuses 3 "--size 99999 x 1" filter --shader blur --size 99999x1 chart.png "${o[@]}"
 (trap '' XFSZ; ulimit -f 1; refuses 1 "File too large" filter --shader blur chart.png "${o[@]}"; exit "$failures") || failures=1
-MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 1 "--float" filter --shader blur --float chart.png "${o[@]}"
-MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 1 "filters need" filter --shader blur chart.png "${o[@]}"
-refuses 1 '"fade.frag" has no uniform "radius"' filter --shader blur --shader fade --set radius=2 chart.png "${o[@]}"
+MESA_EXTENSION_OVERRIDE="-GL_ARB_texture_float" refuses 3 "--float" filter --shader blur --float chart.png "${o[@]}"
+MESA_EXTENSION_OVERRIDE="-GL_EXT_framebuffer_object" refuses 3 "filters need" filter --shader blur chart.png "${o[@]}"
+refuses 2 '"fade.frag" has no uniform "radius"' filter --shader blur --shader fade --set radius=2 chart.png "${o[@]}"
 refuses 2 "twice for one" filter --shader blur --passes 2 --passes 3 chart.png "${o[@]}"
 refuses 2 "--out" filter --shader blur chart.png table.png "${o[@]}"
 for option in "--set radius" "--set =3" "--set radius=nan" "--set radius=1,,2" "--set radius=3x" "--passes 0" "--size 0x3" \

@@ -53,7 +53,7 @@ END
 [[ $(cd many && echo ./*) == './1.webp ./2.webp ./3.webp ./4.webp' ]] ||
   wrong "--out-dir with --format: $(ls many)"
 touch file
-refuses 1 'cannot write into "file": it is no directory' filter --shader identity 3.png --out-dir file
+refuses 2 'cannot write into "file": it is no directory' filter --shader identity 3.png --out-dir file
 refuses 2 "raw has no suffix" filter --shader identity --format raw --out-dir out 3.png
 refuses 2 "--quality: is of JPEG and WebP, not of png" filter --shader identity --quality 80 3.png --out out.png
 

@@ -63,15 +63,15 @@ run --recursive --jobs 3 --out-dir broken in && wrong "broken: status 0"
 # What fails makes neither file nor directory.
 touch file
 no=(--out-dir new/a)
-refuses 1 '"in" is a directory; give --recursive' filter --shader invert picture.png in "${no[@]}"
-refuses 1 '"in" is a directory; give --recursive' filter --shader invert in --out out.png
-refuses 1 '"in/empty" has no pictures' filter --shader invert in/empty --recursive "${no[@]}"
-refuses 1 'nosuch' filter --shader nosuch picture.png "${no[@]}"
-refuses 1 'both be written to "new/a/z.png"' filter --shader invert in --recursive in/z.PNG "${no[@]}"
-refuses 1 'there is no directory "file"' filter --shader invert picture.png --out-dir file/a/b
+refuses 2 '"in" is a directory; give --recursive' filter --shader invert picture.png in "${no[@]}"
+refuses 2 '"in" is a directory; give --recursive' filter --shader invert in --out out.png
+refuses 2 '"in/empty" has no pictures' filter --shader invert in/empty --recursive "${no[@]}"
+refuses 2 'nosuch' filter --shader nosuch picture.png "${no[@]}"
+refuses 2 'both be written to "new/a/z.png"' filter --shader invert in --recursive in/z.PNG "${no[@]}"
+refuses 2 'there is no directory "file"' filter --shader invert picture.png --out-dir file/a/b
 mkdir -p taken && echo text >taken/b
-refuses 1 'cannot write into "taken/b": it is no directory' filter --shader invert in --recursive --out-dir taken
-refuses 1 'over "in/b/broken.png"' filter --shader invert in --recursive --skip-existing --out-dir in
+refuses 2 'cannot write into "taken/b": it is no directory' filter --shader invert in --recursive --out-dir taken
+refuses 2 'over "in/b/broken.png"' filter --shader invert in --recursive --skip-existing --out-dir in
 refuses 2 "--suffix: takes a text without a slash" filter --shader invert picture.png --suffix a/b
 refuses 2 "--suffix: takes a text without a slash" filter --shader invert picture.png --suffix ""
 refuses 2 "give one of them" filter --shader invert picture.png

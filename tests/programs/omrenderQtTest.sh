@@ -42,7 +42,7 @@ cp "$fixtures/rgb.png" small.png
 convert chart.png -crop 80x100+0+0 -resize '1600x100!' wide.png
 
 if [[ $("$omrender" show --backend qt chart.png --seconds 0 2>&1) == *"without Qt"* ]]; then
-  refuses 1 "built without Qt" show --backend qt chart.png
+  refuses 2 "built without Qt" show --backend qt chart.png
   [[ $failures == 0 ]]
   exit
 fi
@@ -95,9 +95,9 @@ ends 0
 starts chart.png
 xdotool key alt+F4 # openbox then does what the window's button does
 ends 0
-QT_QPA_PLATFORM=none refuses 1 "platform plugin" show --backend qt chart.png
-QT_XCB_GL_INTEGRATION=none refuses 1 "no OpenGL" show --backend qt chart.png
-DISPLAY=:9999 refuses 1 'display ":9999": Cannot open display' show --backend qt chart.png
+QT_QPA_PLATFORM=none refuses 3 "platform plugin" show --backend qt chart.png
+QT_XCB_GL_INTEGRATION=none refuses 3 "no OpenGL" show --backend qt chart.png
+DISPLAY=:9999 refuses 3 'display ":9999": Cannot open display' show --backend qt chart.png
 refuses 1 "outside the window" show --backend qt --capture out.png --block 641,0,1,1 chart.png
 
 # The window is not as large as the picture: on the whole screen, and with x11 as the window manager keeps it on it.

@@ -100,9 +100,10 @@ printf '#extension GL_none : enable\nvoid main() { gl_FragColor = vec4(1.0); }' 
 "$omrender" filter --shader ./warned.frag --format raw - --out - <<<"text" >out 2>stderr && wrong "text: status 0"
 [[ $(cat stderr) == 'omrender: warning: '*GL_none*$'\n'*'frame 1"'* ]] || wrong "warnings of a broken stream: $(cat stderr)"
 cp chart.png own.png
-refuses 1 "over" filter --shader identity - --out own.png <own.png
+refuses 2 "over" filter --shader identity - --out own.png <own.png
 { printf 'P6 1000000 1000000 255\n'; cat /dev/zero; } | refuses 1 'more than' filter --shader identity - --out - >out
-"$omrender" filter --shader identity chart.png --out - >/dev/full 2>stderr && wrong "a full disk: status 0"
+"$omrender" filter --shader identity chart.png --out - >/dev/full 2>stderr
+[[ $? == 4 ]] || wrong "a full disk: another status"
 grep -q 'standard output: No space' stderr || wrong "a full disk: $(cat stderr)"
 
 # Whoever closes the pipe ends the program quietly, also where PIPE is ignored.

@@ -83,5 +83,5 @@ void openWindow(OmWindow& window, const BackEndChoice& choice, BackEndOrder orde
   failures.pop_back();
   for (const OmString& failure : failures)
     printFailure("omrender", failure);
-  throw Failure(last);
+  throw Failure(last, NoCard);
 }

@@ -22,7 +22,7 @@ int onRefusedRequest(Display* display, XErrorEvent* event)
   printFailure("omrender", isGone ? windowDestroyed()
                                   : displayName() + " refused request " + std::to_string(event->request_code) + "." +
                                         std::to_string(event->minor_code) + ": " + text);
-  std::_Exit(1);
+  std::_Exit(SomeFailed);
 }
 
 int onLostConnection(Display*)
@@ -68,7 +68,7 @@ void openWindow(OmWindow& window, LibraryLog& log)
 {
   const OmString failure = tryToOpen(window, log);
   if (!failure.empty())
-    throw Failure(failure);
+    throw Failure(failure, NoCard);
 }
 
 std::pair<OmU32, OmU32> currentWindowSize(const OmWindow& window)
@@ -98,5 +98,5 @@ void endOnDisplayErrors()
 void endOnLostConnection()
 {
   printFailure("omrender", "the connection to " + displayName() + " is gone: the window or the X server was closed");
-  std::_Exit(1);
+  std::_Exit(NoCard);
 }

@@ -24,9 +24,9 @@ void openWindow(OmWindow& window, LibraryLog& log);
 /// given it another size than the program. An EGL window, which is on no screen, has its own size.
 std::pair<OmU32, OmU32> currentWindowSize(const OmWindow& window);
 
-/// Makes errors of the display, which Xlib would report in several lines, end the program with one line and status 1:
-/// a request that the server refuses, and a connection that is lost, as when the server ends or the user kills the
-/// client.
+/// Makes errors of the display, which Xlib would report in several lines, end the program with one line: a request
+/// that the server refuses, with the status SomeFailed, and a connection that is lost, as when the server ends or the
+/// user kills the client, with NoCard.
 void endOnDisplayErrors();
 
 /// Ends the program as a lost connection does.

@@ -9,19 +9,19 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
+#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <new>
+#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace
 {
-
-constexpr int FailureStatus = 1;
-constexpr int UsageStatus = 2;
 
 /// Keeps the numbers of standard streams that are closed from files and connections that are opened later: what the
 /// program prints must not get into them. Writing to such a stream still fails.
@@ -32,7 +32,7 @@ void keepStreams()
       ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY); // gets the lowest free number
 }
 
-int fail(const OmString& message, int status)
+int fail(const OmString& message, ExitStatus status)
 {
   printFailure("omrender", message);
   endIfSignalled();
@@ -72,10 +72,12 @@ int run(int argc, char** argv)
   }
   catch (const CLI::ParseError& error)
   {
-    return fail(OmString(error.what()) + " (omrender --help tells more)", UsageStatus);
+    return fail(OmString(error.what()) + " (omrender --help tells more)", WrongUse);
   }
-  if (!std::cout.flush())
-    return fail("cannot write to standard output", FailureStatus);
+  errno = 0;
+  const bool isFlushed = std::fflush(stdout) == 0; // tries what failed before once more, so that errno says why
+  if (!isFlushed || !std::cout)
+    return fail("cannot write to standard output", statusOf(std::error_code(errno, std::generic_category())));
   printWarnings(log);
   return status;
 }
@@ -93,10 +95,14 @@ int main(int argc, char** argv)
   }
   catch (const std::bad_alloc&)
   {
-    return fail("out of memory; use smaller pictures", FailureStatus);
+    return fail("out of memory; use smaller pictures", OutOfRoom);
+  }
+  catch (const Failure& failure)
+  {
+    return fail(failure.what(), failure.status());
   }
   catch (const std::exception& error)
   {
-    return fail(error.what(), FailureStatus);
+    return fail(error.what(), SomeFailed);
   }
 }

@@ -94,7 +94,8 @@ void checkSize(const PictureFile& picture, OmU32 width, OmU32 height, const OmSt
 {
   if (picture.width > width || picture.height > height)
     throw Failure(quoted(picture.file) + " is " + sizeText(picture.width, picture.height) + " pixels, more than the " +
-                  sizeText(width, height) + " of " + whose + "; scale it down first");
+                      sizeText(width, height) + " of " + whose + "; scale it down first",
+                  NoCard);
 }
 
 void checkNotRead(const std::vector<OmString>& outputs, const std::vector<OmString>& inputs)

@@ -40,8 +40,8 @@ void writePicture(const OmDeepImage& image, const OmString& file, LibraryLog& lo
 /// "640 x 480", for messages.
 OmString sizeText(OmU32 width, OmU32 height);
 
-/// Throws a Failure when the picture has more than `width` by `height` pixels. `whose` names in the message what has
-/// that limit.
+/// Throws a Failure, of the status NoCard, when the picture has more than `width` by `height` pixels. `whose` names in
+/// the message what has that limit.
 void checkSize(const PictureFile& picture, OmU32 width, OmU32 height, const OmString& whose);
 
 /// Throws a Failure when an output is one of the inputs, also under another name.

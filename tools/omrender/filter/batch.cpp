@@ -1,10 +1,10 @@
 #include "tools/omrender/filter/batch.h"
 
-#include "tools/omrender/failure.h"
 #include "tools/omrender/filter/filterPipeline.h"
 #include "tools/omrender/signals.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -23,11 +23,12 @@ constexpr std::size_t UnderWay = 16;
 } // namespace
 
 Batch::Batch(PictureSource& source, FilterPipeline& pipeline, PictureSink& sink, const BatchSettings& settings)
-    : m_source(source), m_pipeline(pipeline), m_sink(sink), m_settings(settings), m_bar(settings.total)
+    : m_source(source), m_pipeline(pipeline), m_sink(sink), m_settings(settings),
+      m_bar(settings.total, settings.progress), m_report(settings.report)
 {
 }
 
-bool Batch::run()
+ExitStatus Batch::run()
 {
   Lock lock(m_mutex);
   std::vector<std::thread> threads = startThreads();
@@ -39,7 +40,9 @@ bool Batch::run()
   lock.unlock();
   for (std::thread& thread : threads)
     thread.join();
-  return m_isGood;
+  if (m_isStopped)
+    reportUntried();
+  return m_status;
 }
 
 /// If the system gives fewer threads than there are jobs, those do the work.
@@ -70,14 +73,14 @@ bool Batch::workNext(Lock& lock)
 {
   if (!m_items.empty() && m_items.front().state == State::Done)
     deliver(m_items.front(), lock);
+  else if (Item* const encoded = find(State::Encoded))
+    write(*encoded, lock);
   else if (Item* const filtered = find(State::Filtered))
     encode(*filtered, lock);
+  else if (Item* const next = nextToRead())
+    read(*next, lock);
   else if (Item* const taken = find(State::Taken))
-  {
-    if (!mayRead(*taken))
-      return false;
-    read(*taken, lock);
-  }
+    open(*taken, lock);
   else if (mayTake())
     take(lock);
   else
@@ -95,7 +98,9 @@ bool Batch::filterNext(Lock& lock)
   const auto filter = [this](Item& item)
   {
     const PictureFile& header = item.input->header();
-    std::visit([&](auto& image) { m_pipeline.run(image, header.file, !header.hasAlpha(), image); }, item.pixels);
+    std::visit([&](auto& image)
+               { m_pipeline.run(image, header.file, !header.hasAlpha(), item.input->task().uniforms, image); },
+               item.pixels);
   };
   perform(*next, State::Filtering, State::Filtered, lock, filter);
   return true;
@@ -106,7 +111,7 @@ bool Batch::mayTake() const
   const auto jobs = static_cast<std::size_t>(m_settings.jobs);
   const auto ahead =
       std::count_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Read; });
-  return !m_isEnded && !m_isTaking && m_items.size() < UnderWay * jobs &&
+  return !m_isEnded && !m_isStopped && !m_isTaking && m_items.size() < UnderWay * jobs &&
          static_cast<std::size_t>(ahead) < ReadAhead * jobs;
 }
 
@@ -125,7 +130,7 @@ std::uint64_t Batch::memoryFor(const Item& item) const
   const std::uint64_t resultPixels = std::uint64_t{width} * height;
   const std::uint64_t sampleSize = item.isDeep ? 2 : 1;
   return item.input->byteSize() +
-         sampleSize * (4 * pixels + std::max(8 * pixels, (4 + m_settings.encodingMemory) * resultPixels));
+         sampleSize * (4 * pixels + std::max(8 * pixels, (4 + m_sink.encodingMemory(*item.input)) * resultPixels));
 }
 
 /// Returns the first picture in that state, or null.
@@ -136,28 +141,41 @@ Batch::Item* Batch::find(State state)
   return found == m_items.end() ? nullptr : &*found;
 }
 
+/// Returns the first picture that has not been read, or null if it must not be read yet. Those behind it wait too:
+/// they would take the memory that it needs, and are filtered after it.
+Batch::Item* Batch::nextToRead()
+{
+  const auto next =
+      std::find_if(m_items.begin(), m_items.end(), [](const Item& item) { return item.state <= State::Opened; });
+  return next != m_items.end() && next->state == State::Opened && mayRead(*next) ? &*next : nullptr;
+}
+
 void Batch::take(Lock& lock)
 {
   std::list<Item> taken(1);
   Item& item = taken.front();
-  item.number = m_taken++;
   m_isTaking = true;
-  const auto takeInput = [this](Item& next)
-  {
-    next.input = m_source.next();
-    if (!next.input)
-      return;
-    m_pipeline.checkPicture(next.input->header());
-    const bool wantsDepth = m_sink.depth(next.number, *next.input) > 8;
-    next.isDeep = wantsDepth && m_pipeline.takesDeepImages();
-    next.losesDepth = wantsDepth && !next.isDeep;
-  };
-  perform(item, State::Taken, State::Taken, lock, takeInput);
+  perform(item, State::Taken, State::Taken, lock, [this](Item& next) { next.input = m_source.next(); });
   m_isTaking = false;
   m_isEnded = !item.input && item.failure.empty();
   if (m_isEnded)
     return;
   m_items.splice(m_items.end(), taken);
+}
+
+void Batch::open(Item& item, Lock& lock)
+{
+  const auto openInput = [this](Item& opened)
+  {
+    opened.isLeftOut = !opened.input->open();
+    if (opened.isLeftOut)
+      return;
+    m_pipeline.checkPicture(opened.input->header());
+    const bool wantsDepth = m_sink.depth(*opened.input) > 8;
+    opened.isDeep = wantsDepth && m_pipeline.takesDeepImages();
+    opened.losesDepth = wantsDepth && !opened.isDeep;
+  };
+  perform(item, State::Opening, State::Opened, lock, openInput);
 }
 
 void Batch::read(Item& item, Lock& lock)
@@ -178,9 +196,18 @@ void Batch::encode(Item& item, Lock& lock)
   {
     filtered.width = std::visit([](const auto& image) { return image.width(); }, filtered.pixels);
     filtered.height = std::visit([](const auto& image) { return image.height(); }, filtered.pixels);
-    filtered.bytes = m_sink.encode(filtered.number, *filtered.input, filtered.pixels);
+    filtered.bytes = m_sink.encode(*filtered.input, filtered.pixels);
+    filtered.size = filtered.bytes.size();
   };
-  perform(item, State::Encoding, State::Done, lock, encodeResult);
+  perform(item, State::Encoding, State::Encoded, lock, encodeResult);
+}
+
+/// If the disk is full, what follows would fail as well.
+void Batch::write(Item& item, Lock& lock)
+{
+  perform(item, State::Writing, State::Done, lock,
+          [this](Item& encoded) { m_sink.write(*encoded.input, encoded.bytes); });
+  m_isStopped = m_isStopped || item.status == OutOfRoom;
 }
 
 /// Only the first picture is delivered, and one thread does it, so failures are reported in order.
@@ -188,32 +215,93 @@ void Batch::deliver(Item& item, Lock& lock)
 {
   const auto deliverResult = [this](Item& done)
   {
-    if (done.failure.empty())
+    if (done.failure.empty() && !done.isLeftOut)
       m_sink.deliver(done.bytes, done.width, done.height);
   };
   perform(item, State::Delivering, State::Delivering, lock, deliverResult);
   lock.unlock();
-  if (!item.failure.empty())
-    report(item);
-  else if (item.losesDepth && !m_hasWarned)
-    warnOfDepth();
-  m_bar.setDone(item.number + 1);
+  finish(item);
   lock.lock();
+  m_isStopped = m_isStopped || m_report != m_settings.report;
   m_memory -= item.memory;
   m_items.pop_front();
   m_changed.notify_all();
 }
 
+void Batch::finish(const Item& item)
+{
+  count(item);
+  addToReport(item);
+  if (!item.failure.empty())
+    report(item);
+  else if (item.losesDepth && !m_hasWarned)
+    warnOfDepth();
+  m_bar.show(m_progress);
+}
+
+void Batch::count(const Item& item)
+{
+  if (!item.failure.empty())
+    ++m_progress.failed;
+  else if (item.isLeftOut)
+    ++m_progress.skipped;
+  else
+    ++m_progress.done;
+}
+
+/// Without the report the batch does not go on: nobody would know what it did.
+void Batch::addToReport(const Item& item)
+{
+  if (!m_report)
+    return;
+  PictureReport line;
+  if (item.input)
+  {
+    line.in = item.input->task().picture;
+    line.out = item.input->task().result;
+  }
+  line.status = !item.failure.empty() ? "failed" : item.isLeftOut ? "skipped" : "done";
+  line.reason = item.failure;
+  line.bytes = item.failure.empty() ? item.size : 0;
+  line.width = item.width;
+  line.height = item.height;
+  line.milliseconds = item.milliseconds;
+  try
+  {
+    m_report->append(line);
+  }
+  catch (const Failure& failure)
+  {
+    m_report = nullptr;
+    m_status = std::max(m_status, failure.status());
+    m_bar.hide();
+    printFailure("omrender", failure.what());
+  }
+}
+
+void Batch::reportUntried()
+{
+  const std::size_t tried = m_progress.finished();
+  if (m_settings.total == tried || m_isEnded)
+    return;
+  m_bar.hide();
+  printFailure("omrender", (m_settings.total > tried ? std::to_string(m_settings.total - tried) + " pictures were"
+                                                     : OmString("what is left of the list was")) +
+                               " not tried; run the same again when there is room");
+}
+
 void Batch::report(const Item& item)
 {
-  m_isGood = false;
+  m_status = std::max(m_status, item.status);
   m_bar.hide();
   printFailure("omrender", item.failure);
   if (item.isBeyondLimit)
     endBySignal(SIGXFSZ);
   endIfSignalled();
-  if (m_settings.endsAtFailure)
-    std::_Exit(1); // another thread may wait for a picture that never comes
+  if (!m_settings.endsAtFailure)
+    return;
+  m_bar.end();
+  std::_Exit(m_status); // another thread may wait for a picture that never comes
 }
 
 void Batch::warnOfDepth()
@@ -224,12 +312,34 @@ void Batch::warnOfDepth()
                                " has no textures of 16 bits or floats; pictures are filtered with 8");
 }
 
+/// The place of a stage in the report. What a stream delivers is written then.
+std::optional<std::size_t> Batch::stageOf(State state)
+{
+  switch (state)
+  {
+  case State::Opening:
+    return 0;
+  case State::Reading:
+    return 1;
+  case State::Filtering:
+    return 2;
+  case State::Encoding:
+    return 3;
+  case State::Writing:
+  case State::Delivering:
+    return 4;
+  default:
+    return std::nullopt;
+  }
+}
+
 /// Runs an operation on a picture, which is this thread's own meanwhile. What it throws is the picture's failure.
 template <typename Operation>
 void Batch::perform(Item& item, State during, State after, Lock& lock, const Operation& operation)
 {
   item.state = during;
   lock.unlock();
+  const auto start = std::chrono::steady_clock::now();
   try
   {
     operation(item);
@@ -237,18 +347,30 @@ void Batch::perform(Item& item, State during, State after, Lock& lock, const Ope
   catch (const std::bad_alloc&)
   {
     item.failure =
-        "out of memory" + (item.input ? " for " + quoted(item.input->header().file) : "") + "; scale it down first";
+        "out of memory" + (item.input ? " for " + quoted(item.input->task().picture) : "") + "; scale it down first";
+    item.status = OutOfRoom;
+  }
+  catch (const Failure& failure)
+  {
+    item.failure = failure.what();
+    item.status = failure.status() == OutOfRoom ? OutOfRoom : SomeFailed; // a picture too large for the card is one
+    item.isBeyondLimit = takeLimitSignal();
   }
   catch (const std::exception& failure)
   {
     item.failure = failure.what();
-    item.isBeyondLimit = takeLimitSignal();
+    item.status = SomeFailed;
   }
-  const bool isOver = !item.failure.empty() || after == State::Done;
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+  const auto stage = stageOf(during);
+  if (stage && (during != State::Delivering || (item.failure.empty() && !item.isLeftOut)))
+    item.milliseconds[*stage] = item.milliseconds[*stage].value_or(0.0) + time.count();
+  const bool hasFailed = !item.failure.empty() || item.isLeftOut;
+  const bool isOver = hasFailed || after == State::Encoded || after == State::Done;
   if (isOver)
     item.pixels = OmImage();
   lock.lock();
-  item.state = isOver && during != State::Delivering ? State::Done : after;
+  item.state = hasFailed && during != State::Delivering ? State::Done : after;
   if (isOver)
   {
     m_memory -= item.memory;

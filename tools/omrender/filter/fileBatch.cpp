@@ -1,12 +1,32 @@
 #include "tools/omrender/filter/fileBatch.h"
 
+#include "image/omReplacementFile.h"
+#include "tools/omrender/failure.h"
+#include "tools/omrender/filter/resultFiles.h"
+#include "tools/omrender/libraryLog.h"
+#include "tools/omrender/signals.h"
+
+#include <system_error>
+
 namespace
 {
 
 class FileInput : public PictureInput
 {
 public:
-  FileInput(const OmString& file, LibraryLog& log) : PictureInput(readHeader(file, log)), m_log(log) {}
+  FileInput(FilterTask task, ResultFiles& results, LibraryLog& log)
+      : PictureInput(std::move(task)), m_results(results), m_log(log)
+  {
+  }
+
+  bool open() override
+  {
+    if (!m_results.wants(task()))
+      return false;
+    setHeader(readHeader(task().picture, m_log));
+    m_results.prepare(task());
+    return true;
+  }
 
   PicturePixels read(bool isDeep) override
   {
@@ -16,6 +36,7 @@ public:
   }
 
 private:
+  ResultFiles& m_results;
   LibraryLog& m_log;
 };
 
@@ -23,14 +44,38 @@ private:
 
 std::unique_ptr<PictureInput> FileSource::next()
 {
-  if (m_next == m_files.size())
-    return nullptr;
-  return std::make_unique<FileInput>(m_files[m_next++], m_log);
+  std::optional<FilterTask> task = m_tasks.next();
+  return task ? std::make_unique<FileInput>(std::move(*task), m_results, m_log) : nullptr;
 }
 
-std::vector<OmU8> FileSink::encode(std::size_t number, const PictureInput& input, const PicturePixels& result)
+std::vector<OmU8> FileSink::encode(const PictureInput& input, const PicturePixels& result)
 {
-  const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, m_files[number], input);
-  std::visit([&](const auto& pixels) { writePicture(pixels, m_files[number], m_log, settings); }, result);
-  return {};
+  const OmString& file = input.task().result;
+  const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, file, input);
+  std::vector<OmU8> bytes;
+  const auto encodePixels = [&](const auto& pixels)
+  { return OmImageReaderWriter::encode(pixels, file, settings, bytes); };
+  if (!std::visit(encodePixels, result))
+    throw Failure(m_log.takeReason("cannot write " + quoted(file)));
+  return bytes;
+}
+
+void FileSink::write(const PictureInput& input, std::vector<OmU8>& bytes)
+{
+  const OmString& name = input.task().result;
+  std::error_code error;
+  {
+    const FileWriting writing;
+    OmReplacementFile file;
+    if (file.open(name, error) && file.write(bytes.data(), bytes.size(), error))
+      file.commit(error);
+  }
+  if (error == std::errc::is_a_directory)
+    throw Failure("cannot write " + quoted(name) + ": it is a directory");
+  if (error == std::errc::invalid_argument)
+    throw Failure("cannot write " + quoted(name) + ": it is not a regular file");
+  if (error)
+    throw Failure("cannot write " + quoted(name) + ": " + error.message(), statusOf(error));
+  bytes = {};
+  endIfSignalled();
 }

@@ -5,41 +5,39 @@
 #include "tools/omrender/filter/pictureSource.h"
 
 class LibraryLog;
+class ResultFiles;
 
 /// The pictures of files.
 class FileSource : public PictureSource
 {
 public:
-  /// Keeps a reference to the list.
-  FileSource(const std::vector<OmString>& files, LibraryLog& log) : m_files(files), m_log(log) {}
+  /// Keeps references to the list and to the files of the results.
+  FileSource(TaskList& tasks, ResultFiles& results, LibraryLog& log) : m_tasks(tasks), m_results(results), m_log(log) {}
 
   std::unique_ptr<PictureInput> next() override;
 
 private:
-  const std::vector<OmString>& m_files;
+  TaskList& m_tasks;
+  ResultFiles& m_results;
   LibraryLog& m_log;
-  std::size_t m_next = 0;
 };
 
 /// Writes each result into a file, complete or not at all.
 class FileSink : public PictureSink
 {
 public:
-  /// `files` has a file for each picture. Keeps a reference to the list.
-  FileSink(const std::vector<OmString>& files, const OutputOptions& options, LibraryLog& log)
-      : m_files(files), m_options(options), m_log(log)
-  {
-  }
+  FileSink(const OutputOptions& options, LibraryLog& log) : m_options(options), m_log(log) {}
 
-  OmU32 depth(std::size_t number, const PictureInput& input) const override
+  OmU32 depth(const PictureInput& input) const override { return resultDepth(m_options, input.task().result, input); }
+  std::uint64_t encodingMemory(const PictureInput& input) const override
   {
-    return resultDepth(m_options, m_files[number], input);
+    return ::encodingMemory(m_options, input.task().result);
   }
-  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const PicturePixels& result) override;
+  std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) override;
+  void write(const PictureInput& input, std::vector<OmU8>& bytes) override;
   void deliver(const std::vector<OmU8>&, OmU32, OmU32) override {}
 
 private:
-  const std::vector<OmString>& m_files;
   const OutputOptions m_options;
   LibraryLog& m_log;
 };

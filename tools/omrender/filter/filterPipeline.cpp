@@ -37,6 +37,51 @@ private:
 
 } // namespace
 
+/// Uniforms that a picture has for itself; at the end of its life they are as they were before.
+class FilterPipeline::PictureUniforms
+{
+public:
+  explicit PictureUniforms(FilterPipeline& pipeline) : m_pipeline(pipeline) {}
+  ~PictureUniforms()
+  {
+    for (const OmImageFilter::Setting& setting : m_before)
+      m_pipeline.set(setting);
+  }
+  PictureUniforms(const PictureUniforms&) = delete;
+  PictureUniforms& operator=(const PictureUniforms&) = delete;
+
+  /// Throws a Failure, with the cause in front, if the shaders have no such uniform. Whether the value fits is seen
+  /// when they run: a name that is not there would make each run fail that follows.
+  void set(const OmString& uniform, const OmString& cause)
+  {
+    const std::size_t sign = uniform.find('=');
+    const OmImageFilter::Setting& setting = find(uniform.substr(0, sign), cause);
+    m_before.push_back(setting);
+    const auto [shader, name] = place(setting.name);
+    m_pipeline.m_filters[shader]->set(name + uniform.substr(sign));
+  }
+
+private:
+  /// The name of an array stands for its first element.
+  const OmImageFilter::Setting& find(const OmString& name, const OmString& cause)
+  {
+    if (m_usual.empty())
+      m_usual = m_pipeline.settingsOf(m_pipeline.m_filters);
+    OmString names;
+    for (const OmImageFilter::Setting& setting : m_usual)
+    {
+      if (setting.name == name || setting.name == name + "[0]")
+        return setting;
+      names += (names.empty() ? "" : ", ") + setting.name;
+    }
+    throw Failure(cause + "there is no uniform " + quoted(name) + " to set, but " + (names.empty() ? "none" : names));
+  }
+
+  FilterPipeline& m_pipeline;
+  std::vector<OmImageFilter::Setting> m_usual;
+  std::vector<OmImageFilter::Setting> m_before; ///< of the uniforms that are set
+};
+
 FilterPipeline::FilterPipeline(const FilterSettings& settings, LibraryLog& log) : m_settings(settings), m_log(log)
 {
   openWindow();
@@ -64,16 +109,22 @@ void FilterPipeline::openWindow()
 /// What the library would put in its own words, in those of the options.
 void FilterPipeline::checkCapabilities() const
 {
+  for (const auto& [capability, name] :
+       {std::pair(OmGL::SupportShaders, "shaders"), std::pair(OmGL::SupportFBO, "framebuffer objects")})
+    if (!OmGL::isSupported(capability))
+      throw Failure(OmString("filters need ") + name + ", which " + m_gl.renderer + " does not have", NoCard);
   if (m_settings.floats && !OmGL::isSupported(OmGL::SupportFloatTexture))
-    throw Failure("--float needs float textures, which " + m_gl.renderer + " does not have");
+    throw Failure("--float needs float textures, which " + m_gl.renderer + " does not have", NoCard);
   for (const ShaderSettings& shader : m_settings.shaders)
     if (shader.textures.size() >= m_gl.textureUnits)
       throw Failure("a shader can read " + std::to_string(m_gl.textureUnits - 1) + " pictures by --texture on " +
-                    m_gl.renderer + ", not " + std::to_string(shader.textures.size()));
+                        m_gl.renderer + ", not " + std::to_string(shader.textures.size()),
+                    NoCard);
   const std::optional<PictureScaling::Size>& size = m_settings.scaling.size;
   if (size && std::max(size->first, size->second) > m_largestSide)
     throw Failure("the --size " + sizeText(size->first, size->second) + " is more than the " +
-                  sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
+                      sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer,
+                  NoCard);
 }
 
 void FilterPipeline::loadShader(OmImageFilter& filter, const OmString& name, const OmString& suffix,
@@ -210,11 +261,13 @@ void FilterPipeline::checkPicture(const PictureFile& picture) const
   const std::uint64_t most = std::uint64_t{m_largestSide} * m_largestSide;
   if (std::uint64_t{picture.width} * picture.height > most)
     throw Failure(quoted(picture.file) + " is " + sizeText(picture.width, picture.height) + " pixels, more than the " +
-                  std::to_string(most) + " that are read to be scaled");
+                      std::to_string(most) + " that are read to be scaled",
+                  NoCard);
   const auto [width, height] = resultSize(picture);
   if (std::max(width, height) > m_largestSide)
     throw Failure("the result of " + quoted(picture.file) + " would be " + sizeText(width, height) +
-                  " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer);
+                      " pixels, more than the " + sizeText(m_largestSide, m_largestSide) + " of " + m_gl.renderer,
+                  NoCard);
 }
 
 void FilterPipeline::scale(PicturePixels& pixels, const PictureFile& picture) const
@@ -225,20 +278,27 @@ void FilterPipeline::scale(PicturePixels& pixels, const PictureFile& picture) co
 }
 
 template <typename Image>
-void FilterPipeline::runFilters(const Image& image, const OmString& file, bool isOpaque, Image& result)
+void FilterPipeline::runFilters(const Image& image, const OmString& file, bool isOpaque,
+                                const std::vector<OmString>& uniforms, Image& result)
 {
   const Turn turn(m_window);
+  PictureUniforms own(*this);
+  const OmString cause = "cannot filter " + quoted(file) + ": ";
+  for (const OmString& uniform : uniforms)
+    own.set(uniform, cause);
   m_filters.front()->setOpaque(isOpaque);
   if (!m_filters.front()->run(image, result))
-    throw Failure("cannot filter " + quoted(file) + ": " + m_log.takeReason("no reason was given"));
+    throw Failure(cause + m_log.takeReason("no reason was given"));
 }
 
-void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result)
+void FilterPipeline::run(const OmImage& image, const OmString& file, bool isOpaque,
+                         const std::vector<OmString>& uniforms, OmImage& result)
 {
-  runFilters(image, file, isOpaque, result);
+  runFilters(image, file, isOpaque, uniforms, result);
 }
 
-void FilterPipeline::run(const OmDeepImage& image, const OmString& file, bool isOpaque, OmDeepImage& result)
+void FilterPipeline::run(const OmDeepImage& image, const OmString& file, bool isOpaque,
+                         const std::vector<OmString>& uniforms, OmDeepImage& result)
 {
-  runFilters(image, file, isOpaque, result);
+  runFilters(image, file, isOpaque, uniforms, result);
 }

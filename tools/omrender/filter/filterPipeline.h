@@ -64,10 +64,13 @@ public:
   /// Cuts and scales the pixels of a picture as the filter gets them. Any thread may.
   void scale(PicturePixels& pixels, const PictureFile& picture) const;
   /// Filters what scale() has made, as OmImageFilter::run() does. `file` is for messages; `isOpaque` as for
-  /// OmImageFilter::setOpaque(). Throws a Failure when the filter cannot run.
-  void run(const OmImage& image, const OmString& file, bool isOpaque, OmImage& result);
+  /// OmImageFilter::setOpaque(). The `uniforms` are as for OmImageFilter::set(), with names as those of defaults(), and
+  /// hold for this picture alone. Throws a Failure when the filter cannot run.
+  void run(const OmImage& image, const OmString& file, bool isOpaque, const std::vector<OmString>& uniforms,
+           OmImage& result);
   /// The same with 16-bit channels.
-  void run(const OmDeepImage& image, const OmString& file, bool isOpaque, OmDeepImage& result);
+  void run(const OmDeepImage& image, const OmString& file, bool isOpaque, const std::vector<OmString>& uniforms,
+           OmDeepImage& result);
   /// Whether the card keeps 16-bit channels.
   bool takesDeepImages() const { return m_takesDeepImages; }
   /// The card, for messages.
@@ -87,6 +90,7 @@ public:
   static std::pair<std::size_t, OmString> place(const OmString& setting);
 
 private:
+  class PictureUniforms;
   using Filters = std::vector<std::shared_ptr<OmImageFilter>>; ///< one for each shader
   using Picture = std::variant<OmImage, OmColorTable>;
   using Pictures = std::map<OmString, std::shared_ptr<const Picture>>; ///< of --texture, by file
@@ -102,7 +106,8 @@ private:
   std::vector<OmImageFilter::Setting> settingsOf(const Filters& filters) const;
   void check(bool succeeded);
   template <typename Image>
-  void runFilters(const Image& image, const OmString& file, bool isOpaque, Image& result);
+  void runFilters(const Image& image, const OmString& file, bool isOpaque, const std::vector<OmString>& uniforms,
+                  Image& result);
 
   const FilterSettings m_settings;
   LibraryLog& m_log;

@@ -1,5 +1,6 @@
 #include "tools/omrender/filter/outputOptions.h"
 
+#include "tools/omrender/failure.h"
 #include "tools/omrender/optionValues.h"
 #include "tools/omrender/parsedOption.h"
 
@@ -73,6 +74,37 @@ Writer::Format writtenFormat(const OutputOptions& options, const OmString& name,
   return name.empty() ? options.format.value_or(input.format()) : *formatFor(options, name);
 }
 
+constexpr char OutOption[] = "--out";
+
+/// Why results cannot be written as the options ask for.
+struct Problem
+{
+  OmString option;
+  OmString text; ///< empty if there is none
+};
+
+/// The name is that of checkOutputOptions().
+Problem problemOf(const OutputOptions& options, const OmString& out)
+{
+  const auto format = out == "-" ? options.format.value_or(Writer::PNG) : formatFor(options, out);
+  if (!format)
+  {
+    OmString suffixes;
+    for (const Writer::FormatSupport& support : Writer::formats())
+      for (const OmString& suffix : support.suffixes)
+        if (support.isWritten)
+          suffixes = listed(suffixes, suffix, " ");
+    return {OutOption, "has no suffix of a format that is written (" + suffixes + "); give one of these or --format"};
+  }
+  if (out.empty() && outputSuffix(options).empty())
+    return {"--format", supportOf(*format).name + " has no suffix; give --out for it"};
+  if (options.depth.value_or(8) != 8 && format != Writer::PNG)
+    return {"--depth", "16 is of PNG, not of " + supportOf(*format).name};
+  if (options.quality && format != Writer::JPEG && format != Writer::WebP)
+    return {"--quality", "is of JPEG and WebP, not of " + supportOf(*format).name};
+  return {};
+}
+
 } // namespace
 
 void addOutputOptions(CLI::App& command, OutputOptions& options)
@@ -104,24 +136,17 @@ void addOutputOptions(CLI::App& command, OutputOptions& options)
 
 void checkOutputOptions(const OutputOptions& options, const OmString& out)
 {
-  const bool isStream = out == "-";
-  const auto format = isStream ? options.format.value_or(Writer::PNG) : formatFor(options, out);
-  if (!format)
-  {
-    OmString suffixes;
-    for (const Writer::FormatSupport& support : Writer::formats())
-      for (const OmString& suffix : support.suffixes)
-        if (support.isWritten)
-          suffixes = listed(suffixes, suffix, " ");
-    throw CLI::ValidationError("--out", "has no suffix of a format that is written (" + suffixes +
-                                            "); give one of these or --format: " + out);
-  }
-  if (out.empty() && outputSuffix(options).empty())
-    throw CLI::ValidationError("--format", supportOf(*format).name + " has no suffix; give --out for it");
-  if (options.depth.value_or(8) != 8 && format != Writer::PNG)
-    throw CLI::ValidationError("--depth", "16 is of PNG, not of " + supportOf(*format).name);
-  if (options.quality && format != Writer::JPEG && format != Writer::WebP)
-    throw CLI::ValidationError("--quality", "is of JPEG and WebP, not of " + supportOf(*format).name);
+  const Problem problem = problemOf(options, out);
+  if (!problem.text.empty())
+    throw CLI::ValidationError(problem.option, problem.text + (problem.option == OutOption ? ": " + out : ""));
+}
+
+void checkResultName(const OutputOptions& options, const OmString& name)
+{
+  const Problem problem = problemOf(options, name);
+  if (!problem.text.empty())
+    throw Failure("cannot write " + quoted(name) + ": " + (problem.option == OutOption ? "it" : problem.option) + ' ' +
+                  problem.text);
 }
 
 std::uint64_t encodingMemory(const OutputOptions& options, const OmString& out)

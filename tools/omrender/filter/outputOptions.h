@@ -30,6 +30,9 @@ void addOutputOptions(CLI::App& command, OutputOptions& options);
 /// options ask for. The name is a file; empty for a directory; "-" for standard output.
 void checkOutputOptions(const OutputOptions& options, const OmString& out);
 
+/// The same for the file of one of many results. Throws a Failure.
+void checkResultName(const OutputOptions& options, const OmString& name);
+
 /// The most that encoding a result takes for each of its pixels, in bytes. The name is that of checkOutputOptions().
 std::uint64_t encodingMemory(const OutputOptions& options, const OmString& out);
 

@@ -55,7 +55,7 @@ void addPlaceOptions(CLI::App& command, OutputPlaces& places)
 
 void checkPlaceOptions(const OutputPlaces& places, const std::vector<OmString>& files)
 {
-  const bool isBatch = !places.directory.empty() || !places.suffix.empty();
+  const bool isBatch = places.areForBatch();
   if (places.file.empty() != isBatch)
     throw CLI::ValidationError(
         "--out",
@@ -69,16 +69,29 @@ void checkPlaceOptions(const OutputPlaces& places, const std::vector<OmString>& 
       throw CLI::ValidationError(name, "does not go with --out; give --out-dir or --suffix");
 }
 
+void checkPlaceOptionsForList(const OutputPlaces& places)
+{
+  if (!places.file.empty() && (!places.writesStream() || places.areForBatch()))
+    throw CLI::ValidationError("--out", "takes one picture; give --out-dir or --suffix for a list, or --out - alone");
+  if (places.writesStream() && places.skipExisting)
+    throw CLI::ValidationError("--skip-existing", "does not go with --out; give --out-dir or --suffix");
+}
+
 OutputPlan::OutputPlan(const std::vector<OmString>& files, const OutputPlaces& places, const OutputOptions& options,
-                       const std::vector<OmString>& alsoRead)
+                       const std::vector<OmString>& alsoRead, const Shard& shard)
 {
   find(files, places, outputSuffix(options));
+  const auto isOfShard = [&](std::size_t number) { return shard.has(m_pictures[number]); };
   if (places.writesStream())
+  {
+    keep(isOfShard);
     return;
+  }
   checkDistinct();
   std::vector<OmString> read = m_pictures;
   read.insert(read.end(), alsoRead.begin(), alsoRead.end());
   checkNotRead(m_results, read);
+  keep(isOfShard);
   if (places.file.empty())
     collectDirectories();
   else
@@ -161,19 +174,41 @@ void OutputPlan::collectDirectories()
 
 void OutputPlan::skipExisting()
 {
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < m_results.size(); ++i)
+  const std::size_t all = m_pictures.size();
+  const auto isMissing = [this](std::size_t number)
   {
     std::error_code error;
-    if (std::filesystem::is_regular_file(m_results[i], error))
+    return !std::filesystem::is_regular_file(m_results[number], error);
+  };
+  keep(isMissing);
+  m_skipped = all - m_pictures.size();
+}
+
+/// Keeps the pictures for whose numbers the condition is true.
+template <typename Condition>
+void OutputPlan::keep(const Condition& isKept)
+{
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < m_pictures.size(); ++i)
+  {
+    if (!isKept(i))
       continue;
     std::swap(m_pictures[kept], m_pictures[i]);
-    std::swap(m_results[kept], m_results[i]);
+    if (!m_results.empty())
+      std::swap(m_results[kept], m_results[i]);
     ++kept;
   }
-  m_skipped = m_results.size() - kept;
   m_pictures.resize(kept);
-  m_results.resize(kept);
+  if (!m_results.empty())
+    m_results.resize(kept);
+}
+
+std::optional<FilterTask> OutputPlan::next()
+{
+  if (m_next == m_pictures.size())
+    return std::nullopt;
+  const std::size_t number = m_next++;
+  return FilterTask{m_pictures[number], m_results.empty() ? "" : m_results[number], {}};
 }
 
 void OutputPlan::makeDirectories() const

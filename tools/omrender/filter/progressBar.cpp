@@ -12,6 +12,7 @@ namespace
 
 constexpr std::size_t BarWidth = 30;
 constexpr std::chrono::milliseconds BetweenDrawings(50);
+constexpr std::chrono::milliseconds BetweenLines(500);
 
 std::size_t terminalWidth()
 {
@@ -35,30 +36,31 @@ OmString durationText(double seconds)
 
 } // namespace
 
-ProgressBar::ProgressBar(std::size_t total)
-    : m_total(total), m_shown(total > 1 && isatty(STDERR_FILENO) == 1), m_start(Clock::now())
+ProgressBar::ProgressBar(std::size_t total, ProgressKind kind) : m_total(total), m_kind(kind), m_start(Clock::now())
 {
+  if (kind == ProgressKind::Bar && (total == 1 || isatty(STDERR_FILENO) != 1))
+    m_kind = ProgressKind::None;
   draw();
 }
 
-ProgressBar::~ProgressBar()
+void ProgressBar::end()
 {
-  if (!m_shown)
-    return;
   draw();
-  std::fputc('\n', stderr);
+  if (m_kind == ProgressKind::Bar)
+    std::fputc('\n', stderr);
+  m_kind = ProgressKind::None;
 }
 
-void ProgressBar::setDone(std::size_t done)
+void ProgressBar::show(const Progress& progress)
 {
-  m_done = done;
-  if (Clock::now() - m_drawn >= BetweenDrawings)
+  m_progress = progress;
+  if (Clock::now() - m_drawn >= (m_kind == ProgressKind::Json ? BetweenLines : BetweenDrawings))
     draw();
 }
 
 void ProgressBar::hide()
 {
-  if (!m_shown)
+  if (m_kind != ProgressKind::Bar)
     return;
   print("");
   std::fputc('\r', stderr);
@@ -67,23 +69,45 @@ void ProgressBar::hide()
 
 void ProgressBar::draw()
 {
-  if (!m_shown)
-    return;
-  const std::size_t filled = BarWidth * m_done / m_total;
-  OmString line = "[" + OmString(filled, '#') + OmString(BarWidth - filled, '.') + "] " + std::to_string(m_done) + "/" +
-                  std::to_string(m_total);
-  const double seconds = std::chrono::duration<double>(Clock::now() - m_start).count();
-  if (m_done > 0 && seconds > 0.0)
+  if (m_kind == ProgressKind::Bar)
+    drawBar();
+  else if (m_kind == ProgressKind::Json)
+    printJson();
+  m_drawn = Clock::now();
+}
+
+double ProgressBar::seconds() const
+{
+  return std::chrono::duration<double>(Clock::now() - m_start).count();
+}
+
+void ProgressBar::printJson() const
+{
+  const OmString total = m_total > 0 ? std::to_string(m_total) : "null";
+  std::fprintf(stderr, "{\"done\":%zu,\"failed\":%zu,\"skipped\":%zu,\"total\":%s,\"seconds\":%.3f}\n", m_progress.done,
+               m_progress.failed, m_progress.skipped, total.c_str(), seconds());
+}
+
+/// Of a list whose length is not known, only the count and the speed.
+void ProgressBar::drawBar() const
+{
+  const std::size_t finished = m_progress.finished();
+  OmString line = std::to_string(finished);
+  if (m_total > 0)
   {
-    const double rate = static_cast<double>(m_done) / seconds;
+    const std::size_t filled = BarWidth * finished / m_total;
+    line = "[" + OmString(filled, '#') + OmString(BarWidth - filled, '.') + "] " + line + "/" + std::to_string(m_total);
+  }
+  if (finished > 0 && seconds() > 0.0)
+  {
+    const double rate = static_cast<double>(finished) / seconds();
     char text[48];
     std::snprintf(text, sizeof text, "  %.*f/s", rate < 10.0 ? 1 : 0, rate);
     line += text;
-    if (m_done < m_total)
-      line += "  " + durationText(static_cast<double>(m_total - m_done) / rate) + " left";
+    if (finished < m_total)
+      line += "  " + durationText(static_cast<double>(m_total - finished) / rate) + " left";
   }
   print(line);
-  m_drawn = Clock::now();
 }
 
 /// Overwrites the line. The last column stays free, so that no terminal wraps.

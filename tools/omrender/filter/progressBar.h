@@ -6,32 +6,53 @@
 #include <chrono>
 #include <cstddef>
 
-/// One line on the terminal: how many of the files are done, how fast, and how long the rest will take. Shows nothing
-/// for a single file, nor when standard error is no terminal.
+enum class ProgressKind
+{
+  Bar,  ///< one line on the terminal; nothing for a single file, nor when standard error is no terminal
+  Json, ///< lines on standard error, at the beginning, at the end and at most twice a second
+  None
+};
+
+/// How many pictures are finished.
+struct Progress
+{
+  std::size_t done = 0; ///< and have a result
+  std::size_t failed = 0;
+  std::size_t skipped = 0;
+
+  std::size_t finished() const { return done + failed + skipped; }
+};
+
+/// Shows on standard error how many of the pictures are done, how fast, and how long the rest will take.
 class ProgressBar
 {
 public:
-  explicit ProgressBar(std::size_t total);
-  /// Ends the line.
-  ~ProgressBar();
+  /// A `total` of 0 is unknown.
+  ProgressBar(std::size_t total, ProgressKind kind);
+  ~ProgressBar() { end(); }
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  void setDone(std::size_t done);
-  /// Makes room for a message on the line; the next setDone() draws the bar again below it.
+  void show(const Progress& progress);
+  /// Shows the progress for the last time and ends the line.
+  void end();
+  /// Makes room for a message on the line; the next show() draws the bar again below it.
   void hide();
 
 private:
   using Clock = std::chrono::steady_clock;
 
   void draw();
+  void drawBar() const;
+  void printJson() const;
+  double seconds() const;
   void print(OmString line) const;
 
   const std::size_t m_total;
-  const bool m_shown;
+  ProgressKind m_kind;
   const Clock::time_point m_start;
   Clock::time_point m_drawn;
-  std::size_t m_done = 0;
+  Progress m_progress;
 };
 
 #endif

@@ -3,12 +3,9 @@
 #include "foundation/core/omApplication.h"
 #include "tools/omrender/failure.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <ostream>
 #include <sstream>
 #include <system_error>
@@ -48,18 +45,10 @@ bool exists(const OmString& path)
 
 OmString readText(const OmString& path)
 {
-  const auto check = [&path](bool succeeded)
-  {
-    if (!succeeded)
-      throw Failure("cannot read " + quoted(path) + ": " + std::generic_category().message(errno));
-  };
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-  check(file != nullptr);
   OmString text;
-  char part[4096];
-  while (const std::size_t size = std::fread(part, 1, sizeof part, file.get()))
-    text.append(part, size);
-  check(std::ferror(file.get()) == 0);
+  OmString reason;
+  if (!Om::Application::readFile(path, text, reason))
+    throw Failure("cannot read " + quoted(path) + ": " + reason);
   return text;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <new>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 
@@ -26,8 +27,9 @@ constexpr std::uint64_t OtherBytes = std::uint64_t{64} << 20;
 class StreamInput : public PictureInput
 {
 public:
-  StreamInput(PictureFile header, std::vector<OmU8> bytes, OmImageReaderWriter::Format format, LibraryLog& log)
-      : PictureInput(std::move(header)), m_bytes(std::move(bytes)), m_format(format), m_log(log)
+  StreamInput(const PictureFile& header, const OmString& result, std::vector<OmU8> bytes,
+              OmImageReaderWriter::Format format, LibraryLog& log)
+      : PictureInput({header.file, result, {}}, header), m_bytes(std::move(bytes)), m_format(format), m_log(log)
   {
   }
 
@@ -65,8 +67,8 @@ OmString frameName(std::size_t number)
 
 } // namespace
 
-StreamSource::StreamSource(const std::optional<RawFrames>& frames, bool single, OmU32 largestSide, LibraryLog& log)
-    : m_stream(stdin), m_single(single), m_log(log)
+StreamSource::StreamSource(const std::optional<RawFrames>& frames, OmString result, OmU32 largestSide, LibraryLog& log)
+    : m_stream(stdin), m_result(std::move(result)), m_log(log)
 {
   ::fcntl(::fileno(stdin), F_SETPIPE_SZ, PipeSize);
   m_stream.setLargestPicture(std::uint64_t{largestSide} * largestSide * MostPixelBytes + OtherBytes);
@@ -112,12 +114,12 @@ std::unique_ptr<PictureInput> StreamSource::next()
     throw Failure(m_log.takeReason("cannot read " + quoted(header.file)));
   std::vector<OmU8> more;
   OmImageReaderWriter::Format moreFormat = format;
-  if (m_single && take(more, moreFormat) == OmImageStream::Picture)
+  if (!m_result.empty() && take(more, moreFormat) == OmImageStream::Picture)
   {
     m_isEnded = true;
     throw Failure("standard input has more than one picture; use --out - to filter them all");
   }
-  return std::make_unique<StreamInput>(std::move(header), std::move(bytes), format, m_log);
+  return std::make_unique<StreamInput>(header, m_result, std::move(bytes), format, m_log);
 }
 
 StreamSink::StreamSink(const OutputOptions& options, LibraryLog& log) : m_options(options), m_log(log)
@@ -125,7 +127,7 @@ StreamSink::StreamSink(const OutputOptions& options, LibraryLog& log) : m_option
   ::fcntl(::fileno(stdout), F_SETPIPE_SZ, PipeSize);
 }
 
-std::vector<OmU8> StreamSink::encode(std::size_t, const PictureInput& input, const PicturePixels& result)
+std::vector<OmU8> StreamSink::encode(const PictureInput& input, const PicturePixels& result)
 {
   std::vector<OmU8> bytes;
   const OmImageReaderWriter::WriteSettings settings = writeSettings(m_options, "", input);
@@ -158,5 +160,6 @@ void StreamSink::deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 heig
     return;
   if (errno == EPIPE)
     endBySignal(SIGPIPE);
-  throw Failure("cannot write to standard output: " + std::generic_category().message(errno));
+  const std::error_code error(errno, std::generic_category());
+  throw Failure("cannot write to standard output: " + error.message(), statusOf(error));
 }

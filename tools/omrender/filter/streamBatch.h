@@ -22,9 +22,10 @@ struct RawFrames
 class StreamSource : public PictureSource
 {
 public:
-  /// With `frames` the stream has raw frames. If it must have a `single` picture, another one is a failure. A picture
-  /// that no card of this `largestSide`, in pixels, could take is one before it has been read to its end.
-  StreamSource(const std::optional<RawFrames>& frames, bool single, OmU32 largestSide, LibraryLog& log);
+  /// With `frames` the stream has raw frames. The results go to standard output, or to the file `result`; then there
+  /// must be a single picture, and another one is a failure. A picture that no card of this `largestSide`, in pixels,
+  /// could take is one before it has been read to its end.
+  StreamSource(const std::optional<RawFrames>& frames, OmString result, OmU32 largestSide, LibraryLog& log);
 
   std::unique_ptr<PictureInput> next() override;
 
@@ -32,7 +33,7 @@ private:
   OmImageStream::Result take(std::vector<OmU8>& bytes, OmImageReaderWriter::Format& format);
 
   OmImageStream m_stream;
-  const bool m_single;
+  const OmString m_result;
   LibraryLog& m_log;
   std::size_t m_number = 0; ///< of the picture, from 1
   bool m_isEnded = false;
@@ -46,8 +47,10 @@ public:
   /// Without a `format` a result has that of its picture.
   StreamSink(const OutputOptions& options, LibraryLog& log);
 
-  OmU32 depth(std::size_t, const PictureInput& input) const override { return resultDepth(m_options, "", input); }
-  std::vector<OmU8> encode(std::size_t number, const PictureInput& input, const PicturePixels& result) override;
+  OmU32 depth(const PictureInput& input) const override { return resultDepth(m_options, "", input); }
+  std::uint64_t encodingMemory(const PictureInput&) const override { return ::encodingMemory(m_options, "-"); }
+  std::vector<OmU8> encode(const PictureInput& input, const PicturePixels& result) override;
+  void write(const PictureInput&, std::vector<OmU8>&) override {}
   void deliver(const std::vector<OmU8>& bytes, OmU32 width, OmU32 height) override;
 
 private:

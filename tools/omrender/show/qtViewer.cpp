@@ -22,7 +22,7 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
   if (type == QtFatalMsg)
   {
     printFailure("omrender", "Qt cannot open a window on " + displayName() + ": " + text);
-    std::_Exit(1);
+    std::_Exit(NoCard);
   }
   if (message.startsWith(QLatin1String("The X11 connection broke")))
     endOnLostConnection();

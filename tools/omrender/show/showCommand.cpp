@@ -90,7 +90,8 @@ void checkOptions(const ShowCommand& options)
   if (options.files.empty())
     throw CLI::RequiredError("FILE");
   if (!options.backend->show)
-    throw Failure("this program was built without Qt; leave out --backend qt, or build it with OM_RENDER_QT=ON");
+    throw Failure("this program was built without Qt; leave out --backend qt, or build it with OM_RENDER_QT=ON",
+                  WrongUse);
   const bool isEGL = options.backend->queried == OmWindow::ImplEGL;
   if (isEGL && options.capture.empty())
     throw CLI::ValidationError("--backend", "egl opens a window that cannot be seen; give --capture OUT.png as well");
@@ -180,7 +181,7 @@ void show(const ShowCommand& options, LibraryLog& log)
   else
     showFiltered(options, files, log);
   if (files.hasFailed())
-    throw CLI::RuntimeError(1);
+    throw CLI::RuntimeError(SomeFailed);
 }
 
 std::optional<const Backend*> readBackend(const OmString& text)

@@ -71,9 +71,9 @@ void WatchedFilter::run()
   const PictureFile header = {m_pictures.name(), image.width(), image.height(), image.channels()};
   const PictureScaling& scaling = m_settings.scaling;
   if (scaling.changes(header))
-    m_pipeline.run(scaling.applied(image, header, false), header.file, false, m_result);
+    m_pipeline.run(scaling.applied(image, header, false), header.file, false, {}, m_result);
   else
-    m_pipeline.run(image, header.file, false, m_result);
+    m_pipeline.run(image, header.file, false, {}, m_result);
 }
 
 /// The picture to filter, as its file has it now or, if that cannot be read, had it before.
