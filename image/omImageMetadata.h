@@ -20,17 +20,21 @@
 ///
 /// Each part is there or not. A file that is written gets those that its format has:
 ///
-/// | | profile | resolution | gamma, chromaticities, renderingIntent, codePoints |
-/// |---|---|---|---|
-/// | PNG | yes | yes | yes |
-/// | JPEG | yes | yes | no |
-/// | WebP | yes | no | no |
-/// | TIFF, only read | yes | yes | no |
-/// | PPM, PGM, PAM, raw | no | no | no |
+/// | | profile | resolution | gamma, chromaticities, renderingIntent, codePoints | origin |
+/// |---|---|---|---|---|
+/// | PNG | yes | yes | yes | yes: a tEXt chunk with the keyword Origin |
+/// | JPEG | yes | yes | no | yes: a comment (COM) that begins with "Origin: " |
+/// | WebP | yes | no | no | yes: an XMP packet |
+/// | TIFF, only read | yes | yes | no | no |
+/// | PPM, PGM, PAM | no | no | no | yes: a line "# Origin: ..." in the header |
+/// | raw | no | no | no | no |
 struct OmImageMetadata
 {
   /// The largest profile that is read, in bytes; larger ones are left out.
   static constexpr std::size_t LargestProfile = std::size_t{16} << 20;
+
+  /// The most characters of an origin.
+  static constexpr std::size_t LongestOrigin = 256;
 
   /// How many pixels the picture has on paper.
   struct Resolution
@@ -51,6 +55,10 @@ struct OmImageMetadata
   std::optional<OmU8> renderingIntent;
   /// ITU-T H.273's numbers of primaries, transfer function and matrix, and 1 for the full range of values.
   std::optional<std::array<OmU8, 4>> codePoints;
+  /// What the picture was made from, for programs to compare, such as a hash: printable ASCII without spaces, at most
+  /// LongestOrigin characters; empty if there is none. A text that breaks this rule is neither written nor read. It
+  /// holds for one file: who writes another picture with metadata that was read sets it anew, or clears it.
+  OmString origin;
 };
 
 #endif

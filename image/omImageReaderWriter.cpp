@@ -79,6 +79,16 @@ struct Reading
   OmU32 sampleSize; ///< the bytes of a channel that came of it: 1 or 2
 };
 
+/// What the file says besides its pixels, of the picture as it stands upright.
+OmImageMetadata metadataOf(OmImageDecoder& decoder)
+{
+  OmImageMetadata found;
+  decoder.readMetadata(found);
+  if (isTurned(decoder.orientation()) && found.resolution)
+    std::swap(found.resolution->x, found.resolution->y);
+  return found;
+}
+
 /// Reads an image of as many bytes a pixel as there are in its channels. Fills `metadata` unless it is null.
 bool readBytes(const OmInputFile& file, Reading& reading, OmImage& image, OmImageMetadata* metadata, OmString& reason)
 {
@@ -96,7 +106,7 @@ bool readBytes(const OmInputFile& file, Reading& reading, OmImage& image, OmImag
     return false;
   OmImageMetadata found;
   if (metadata != nullptr)
-    decoder->readMetadata(found);
+    found = metadataOf(*decoder);
   GrowingImage picture;
   picture.begin(*decoder);
   if (!picture.growsGently(decoder->passes()))
@@ -116,11 +126,7 @@ bool readBytes(const OmInputFile& file, Reading& reading, OmImage& image, OmImag
   else
     image = uprightImage(picture, orientation);
   if (metadata != nullptr)
-  {
-    if (isTurned(orientation) && found.resolution)
-      std::swap(found.resolution->x, found.resolution->y);
     *metadata = std::move(found);
-  }
   return true;
 }
 
@@ -155,6 +161,21 @@ bool readPictureHeader(const OmInputFile& file, OmU32& width, OmU32& height, OmU
   channels = decoder->channels();
   depth = decoder->depth();
   return true;
+}
+
+bool readPictureMetadata(const OmInputFile& file, OmImageMetadata& metadata, OmString& reason)
+{
+  const std::unique_ptr<OmImageDecoder> decoder = OmPictureKinds::openDecoder(file, reason);
+  if (!decoder)
+    return false;
+  OmImageMetadata found = metadataOf(*decoder);
+  if (decoder->isWhole())
+  {
+    metadata = std::move(found);
+    return true;
+  }
+  reason = "the file does not end where its picture ends";
+  return false;
 }
 
 bool writeFile(const std::vector<OmU8>& bytes, const OmString& fileName, OmString& reason)
@@ -275,6 +296,14 @@ OmBoolean OmImageReaderWriter::readHeader(const OmString& fileName, OmU32& width
                          return file.open(fileName, reason) &&
                                 readPictureHeader(file, width, height, channels, depth, reason);
                        });
+}
+
+OmBoolean OmImageReaderWriter::readMetadata(const OmString& fileName, OmImageMetadata& metadata)
+{
+  OmInputFile file;
+  return reportFailure("read", fileName,
+                       [&](OmString& reason)
+                       { return file.open(fileName, reason) && readPictureMetadata(file, metadata, reason); });
 }
 
 OmBoolean OmImageReaderWriter::decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags)

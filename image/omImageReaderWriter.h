@@ -116,6 +116,13 @@ public:
   /// otherwise 8.
   static OmBoolean readHeader(const OmString& fileName, OmU32& width, OmU32& height, OmU32& channels, OmU32& depth);
 
+  /// Reads only what a picture file says besides its pixels, as read() does. It reads little of the file and decodes no
+  /// pixels, but fails if the file is not whole: if it does not end where its picture ends. A PNG file ends with a
+  /// whole IEND chunk or later, a JPEG file with the marker EOI; WebP, PPM, PGM and PAM files have the size that their
+  /// header says, for one picture. Of TIFF only the header is looked at. A failure is reported as by read() and leaves
+  /// `metadata` unchanged.
+  static OmBoolean readMetadata(const OmString& fileName, OmImageMetadata& metadata);
+
   /// Reads a picture file that is in memory, as read() does. Messages call it `name`.
   static OmBoolean decode(OmImage& image, const std::vector<OmU8>& bytes, const OmString& name, OmU32 flags);
   /// The same, and what the file says besides its pixels, as read() does.

@@ -307,3 +307,46 @@ TEST(omImageFormatsTest, ReadsEveryKindOfPpmAndPam)
     EXPECT_EQ(image.byteSize(), c.pixels.size());
   }
 }
+
+TEST(omImageFormatsTest, FilesKeepTheirOriginAndAreKnownToBeWhole)
+{
+  using Writer = OmImageReaderWriter;
+  const OmString name = testing::TempDir() + "omImageFormatsTest.origin";
+  OmImageMetadata metadata;
+  for (const Writer::Format format : {Writer::PNG, Writer::JPEG, Writer::WebP, Writer::PPM, Writer::PAM})
+    for (const OmString& origin : {"a"s, OmString(256, '~'), "&<>\"';"s, ""s, "a b"s, "\n"s, OmString(257, 'a')})
+    {
+      const bool isKept = origin.find_first_of(" \n") == OmString::npos && origin.size() <= 256;
+      metadata.origin = origin;
+      Writer::WriteSettings settings;
+      settings.format = format;
+      std::vector<OmU8> plain;
+      ASSERT_TRUE(Writer::encode(makePicture(3, 40, 30), name, settings, plain));
+      settings.metadata = &metadata;
+      std::vector<OmU8> bytes;
+      ASSERT_TRUE(Writer::encode(makePicture(3, 40, 30), name, settings, bytes));
+      EXPECT_EQ(bytes == plain, !isKept || origin.empty()) << format << origin;
+
+      const auto write = [&](std::size_t size)
+      {
+        std::ofstream(name, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(size));
+      };
+      write(bytes.size());
+      OmImageMetadata read;
+      EXPECT_TRUE(Writer::readMetadata(name, read));
+      EXPECT_EQ(read.origin, isKept ? origin : "") << format;
+      OmImage one;
+      OmImage other;
+      EXPECT_TRUE(Writer::decode(one, bytes, name, 0) && Writer::decode(other, plain, name, 0));
+      EXPECT_TRUE(std::equal(one.data(), one.data() + one.byteSize(), other.data()));
+      const PrintCapture capture;
+      for (const std::size_t missing : {std::size_t{1}, std::size_t{2}, bytes.size() / 2})
+      {
+        write(bytes.size() - missing);
+        read.origin = "unchanged";
+        EXPECT_FALSE(Writer::readMetadata(name, read)) << format << " without " << missing;
+        EXPECT_EQ(read.origin, "unchanged");
+      }
+    }
+}

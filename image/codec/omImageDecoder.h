@@ -42,6 +42,9 @@ public:
   OmU32 sampleSize() const { return m_sampleSize; }
   /// Adds what the file says besides its pixels, if anybody wants to know. Goes between readHeader() and start().
   virtual void readMetadata(OmImageMetadata&) {}
+  /// Whether the file ends where its picture ends, as far as that is known without decoding it. Goes between
+  /// readHeader() and start(), which may not follow.
+  virtual bool isWhole() { return true; }
   /// How often all rows are read, top to bottom. After the first pass, readRow() must be given the row as the pass
   /// before left it.
   int passes() const { return m_passes; }

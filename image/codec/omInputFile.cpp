@@ -43,17 +43,17 @@ bool OmInputFile::open(const std::vector<OmU8>& bytes, OmString& reason)
   return true;
 }
 
-bool OmInputFile::readAll(std::vector<OmU8>& bytes) const
+bool OmInputFile::readStart(std::uint64_t size, std::vector<OmU8>& bytes) const
 {
   constexpr std::uint64_t BytesInAdvance = std::uint64_t{1} << 20;
   std::rewind(stream());
   bytes.clear();
-  while (bytes.size() < m_size)
+  while (bytes.size() < size)
   {
-    const std::size_t size = bytes.size();
-    const std::uint64_t part = std::min(m_size - size, std::max<std::uint64_t>(size, BytesInAdvance));
-    bytes.resize(size + part);
-    if (std::fread(bytes.data() + size, 1, part, stream()) != part)
+    const std::size_t done = bytes.size();
+    const std::uint64_t part = std::min(size - done, std::max<std::uint64_t>(done, BytesInAdvance));
+    bytes.resize(done + part);
+    if (std::fread(bytes.data() + done, 1, part, stream()) != part)
       return false;
   }
   return true;

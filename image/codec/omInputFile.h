@@ -18,8 +18,9 @@ public:
   /// Opens a file in memory that is not empty. The bytes must outlive this object. On failure `reason` says why.
   bool open(const std::vector<OmU8>& bytes, OmString& reason);
 
-  /// Reads the file from its start to its end. Memory is taken for what has been read. Returns false if that fails.
-  bool readAll(std::vector<OmU8>& bytes) const;
+  /// Reads so many bytes from the start of the file. Memory is taken for what has been read. Returns false if that
+  /// fails.
+  bool readStart(std::uint64_t size, std::vector<OmU8>& bytes) const;
 
   std::FILE* stream() const { return m_stream.get(); }
   /// The size in bytes when the file was opened.

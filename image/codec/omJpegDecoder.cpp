@@ -1,5 +1,6 @@
 #include "image/codec/omJpegDecoder.h"
 
+#include "image/codec/omOrigin.h"
 #include "image/codec/omProfile.h"
 
 #include <algorithm>
@@ -172,6 +173,7 @@ bool OmJpegDecoder::readHeader()
         jpeg_stdio_src(&m_jpeg, m_file.stream());
         jpeg_save_markers(&m_jpeg, ExifMarker, LongestMarker);
         jpeg_save_markers(&m_jpeg, ProfileMarker, LongestMarker);
+        jpeg_save_markers(&m_jpeg, JPEG_COM, LongestMarker);
         jpeg_read_header(&m_jpeg, TRUE);
       });
   if (!done || !chooseColors())
@@ -208,6 +210,16 @@ void OmJpegDecoder::readMetadata(OmImageMetadata& metadata)
     OmProfile::keep(profile, size, metadata);
   std::free(profile);
   metadata.resolution = resolution();
+  for (const jpeg_marker_struct* marker = m_jpeg.marker_list; marker != nullptr; marker = marker->next)
+    if (marker->marker == JPEG_COM && metadata.origin.empty())
+      OmOrigin::keepComment(OmString(marker->data, marker->data + marker->data_length), metadata);
+}
+
+bool OmJpegDecoder::isWhole()
+{
+  OmU8 end[2] = {};
+  return ::fseeko(m_file.stream(), -static_cast<off_t>(sizeof end), SEEK_END) == 0 &&
+         std::fread(end, 1, sizeof end, m_file.stream()) == sizeof end && end[0] == 0xff && end[1] == JPEG_EOI;
 }
 
 bool OmJpegDecoder::start()

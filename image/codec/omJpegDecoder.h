@@ -22,6 +22,7 @@ public:
 
   bool readHeader() override;
   void readMetadata(OmImageMetadata& metadata) override;
+  bool isWhole() override;
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override;

@@ -1,5 +1,6 @@
 #include "image/codec/omJpegEncoder.h"
 
+#include "image/codec/omOrigin.h"
 #include "image/codec/omProfile.h"
 
 #include <algorithm>
@@ -155,6 +156,7 @@ bool OmJpegEncoder::encode(OmImageRows& rows, std::vector<OmU8>& bytes, OmString
 {
   Encoder encoder(bytes);
   const std::vector<OmU8>* const profile = OmProfile::of(m_settings.metadata, rows.channels());
+  const OmString comment = OmOrigin::commentOf(m_settings.metadata);
   bool done = encoder.attempt(
       [&](jpeg_compress_struct& jpeg)
       {
@@ -165,6 +167,9 @@ bool OmJpegEncoder::encode(OmImageRows& rows, std::vector<OmU8>& bytes, OmString
         jpeg_start_compress(&jpeg, TRUE);
         if (profile != nullptr)
           jpeg_write_icc_profile(&jpeg, profile->data(), static_cast<unsigned>(profile->size()));
+        if (!comment.empty())
+          jpeg_write_marker(&jpeg, JPEG_COM, reinterpret_cast<const JOCTET*>(comment.data()),
+                            static_cast<unsigned>(comment.size()));
       });
   for (OmU32 y = 0; done && y < rows.height(); ++y)
   {

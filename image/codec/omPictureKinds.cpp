@@ -191,7 +191,7 @@ bool OmPictureKinds::encode(const OmImage& image, const Writer::WriteSettings& s
   case Writer::WebP:
     return OmWebP::encode(rows, settings, bytes, reason);
   default:
-    OmPnmEncoder(settings.format).encode(rows, bytes);
+    OmPnmEncoder(settings).encode(rows, bytes);
     return true;
   }
 }

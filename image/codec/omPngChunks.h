@@ -11,11 +11,14 @@
 class OmPngChunks
 {
 public:
-  /// Looks through the whole file and keeps the first whole chunk of each of these types, four letters each, and not
-  /// more of each than `largest` bytes. The place in the file's stream is undefined afterwards.
+  /// Looks through the whole file and keeps the first whole chunk of each of these types, and not more of each than
+  /// `largest` bytes. A type has four letters; what follows them is how the chunk's data begins. The place in the
+  /// file's stream is undefined afterwards.
   OmPngChunks(const OmInputFile& file, std::vector<OmString> types, std::size_t largest);
 
-  /// The data of the chunk of that type; null if there is none.
+  /// Whether there is a whole last chunk (IEND).
+  bool hasEnd() const { return m_hasEnd; }
+  /// The data of the chunk of that type, as the constructor was given it; null if there is none.
   const std::vector<OmU8>* find(const OmString& type) const;
 
 private:
@@ -29,6 +32,7 @@ private:
   void keep(std::FILE* stream, Chunk& chunk, std::size_t size);
 
   std::vector<Chunk> m_chunks;
+  bool m_hasEnd = false;
 };
 
 #endif

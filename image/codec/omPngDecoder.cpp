@@ -71,6 +71,7 @@ bool OmPngDecoder::readHeader()
   const OmPngChunks chunks(m_file, {"eXIf"}, LargestChunk);
   if (const std::vector<OmU8>* const exif = chunks.find("eXIf"))
     m_orientation = OmExif::orientation(exif->data(), exif->size());
+  m_hasEnd = chunks.hasEnd();
   std::rewind(m_file.stream());
 
   const bool done = attempt(

@@ -17,6 +17,7 @@ public:
 
   bool readHeader() override;
   void readMetadata(OmImageMetadata& metadata) override;
+  bool isWhole() override { return m_hasEnd; }
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override;
@@ -29,6 +30,7 @@ private:
   static void onRead(png_structp png, png_bytep bytes, png_size_t count);
 
   const OmInputFile& m_file;
+  bool m_hasEnd = false;
   png_structp m_png = nullptr;
   png_infop m_info = nullptr;
 };

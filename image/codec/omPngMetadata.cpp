@@ -1,5 +1,6 @@
 #include "image/codec/omPngMetadata.h"
 
+#include "image/codec/omOrigin.h"
 #include "image/codec/omPngChunks.h"
 #include "image/codec/omProfile.h"
 
@@ -13,6 +14,7 @@ namespace
 {
 
 constexpr std::size_t LongestName = 79; ///< of a profile
+constexpr char OriginName[] = "Origin"; ///< the keyword; a zero follows it
 constexpr char ProfileName[] = "ICC profile";
 constexpr int ProfileLevel = 9; ///< libdeflate's, of 12
 constexpr OmU32 LargestNumber = 0x7fffffff;
@@ -77,7 +79,9 @@ std::vector<OmU8> profileChunk(const std::vector<OmU8>& profile)
 
 void OmPngMetadata::read(const OmInputFile& file, OmImageMetadata& metadata)
 {
-  const OmPngChunks chunks(file, {"iCCP", "gAMA", "cHRM", "sRGB", "cICP", "pHYs"}, OmImageMetadata::LargestProfile);
+  const OmString originType = "tEXt" + OmString(OriginName, sizeof OriginName);
+  const OmPngChunks chunks(file, {"iCCP", "gAMA", "cHRM", "sRGB", "cICP", "pHYs", originType},
+                           OmImageMetadata::LargestProfile);
   const auto find = [&chunks](const char* type, std::size_t size) -> const OmU8*
   {
     const std::vector<OmU8>* const data = chunks.find(type);
@@ -99,6 +103,8 @@ void OmPngMetadata::read(const OmInputFile& file, OmImageMetadata& metadata)
     metadata.codePoints = {points[0], points[1], points[2], points[3]};
   if (const OmU8* const size = find("pHYs", 9); size != nullptr && number(size) != 0 && number(size + 4) != 0)
     metadata.resolution = {number(size), number(size + 4), size[8] == 1};
+  if (const std::vector<OmU8>* const text = chunks.find(originType))
+    OmOrigin::keep(OmString(text->begin() + sizeof OriginName, text->end()), metadata);
 }
 
 std::vector<OmPngMetadata::Chunk> OmPngMetadata::chunks(const OmImageMetadata* metadata, OmU32 channels)
@@ -129,6 +135,12 @@ std::vector<OmPngMetadata::Chunk> OmPngMetadata::chunks(const OmImageMetadata* m
     append(metadata->resolution->x, data);
     append(metadata->resolution->y, data);
     data.push_back(metadata->resolution->isPerMetre ? 1 : 0);
+  }
+  if (const OmString origin = OmOrigin::of(metadata); !origin.empty())
+  {
+    std::vector<OmU8>& data = add("tEXt");
+    data.assign(std::begin(OriginName), std::end(OriginName));
+    data.insert(data.end(), origin.begin(), origin.end());
   }
   return result;
 }

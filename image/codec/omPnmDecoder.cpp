@@ -1,5 +1,7 @@
 #include "image/codec/omPnmDecoder.h"
 
+#include "image/codec/omOrigin.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -21,10 +23,22 @@ bool OmPnmDecoder::readHeader()
     return fail(reason.c_str());
   if (m_header.pixelBytes() > m_file.size() - text.size())
     return fail("the file is too small for the size in its header");
+  m_headerText.assign(text.begin(), text.end());
   m_width = m_header.width();
   m_height = m_header.height();
   m_channels = m_header.channels();
   return true;
+}
+
+/// A comment is a line that begins with this.
+void OmPnmDecoder::readMetadata(OmImageMetadata& metadata)
+{
+  const OmString start = "\n# ";
+  for (std::size_t at = 0; (at = m_headerText.find(start, at)) != OmString::npos && metadata.origin.empty();)
+  {
+    at += start.size();
+    OmOrigin::keepComment(m_headerText.substr(at, m_headerText.find('\n', at) - at), metadata);
+  }
 }
 
 bool OmPnmDecoder::start()

@@ -17,6 +17,8 @@ public:
   explicit OmPnmDecoder(const OmInputFile& file) : m_file(file) {}
 
   bool readHeader() override;
+  void readMetadata(OmImageMetadata& metadata) override;
+  bool isWhole() override { return m_headerText.size() + m_header.pixelBytes() == m_file.size(); }
   bool start() override;
   bool readRow(OmU8* row) override;
   bool finish() override { return true; }
@@ -27,6 +29,7 @@ private:
 
   const OmInputFile& m_file;
   OmPnmHeader m_header;
+  OmString m_headerText;
   std::array<OmU8, 256> m_scaled; ///< each value of 8 bits with full light at 255
   std::size_t m_rowSize = 0;      ///< of the file, in bytes
   std::vector<OmU8> m_ownRow;     ///< for rows that are converted or not kept

@@ -1,5 +1,7 @@
 #include "image/codec/omPnmEncoder.h"
 
+#include "image/codec/omOrigin.h"
+
 OmString OmPnmEncoder::header(OmImageReaderWriter::Format format, OmU32 channels, OmU32 width, OmU32 height)
 {
   constexpr const char* TupleTypes[] = {"GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA"};
@@ -18,7 +20,10 @@ OmString OmPnmEncoder::header(OmImageReaderWriter::Format format, OmU32 channels
 
 void OmPnmEncoder::encode(OmImageRows& rows, std::vector<OmU8>& bytes) const
 {
-  const OmString text = header(m_format, rows.channels(), rows.width(), rows.height());
+  OmString text = header(m_settings.format, rows.channels(), rows.width(), rows.height());
+  const OmString comment = OmOrigin::commentOf(m_settings.metadata);
+  if (!text.empty() && !comment.empty())
+    text.insert(text.find('\n') + 1, "# " + comment + "\n");
   bytes.reserve(bytes.size() + text.size() + rows.byteSize());
   bytes.insert(bytes.end(), text.begin(), text.end());
   for (OmU32 y = 0; y < rows.height(); ++y)

@@ -8,16 +8,16 @@
 class OmPnmEncoder
 {
 public:
-  explicit OmPnmEncoder(OmImageReaderWriter::Format format) : m_format(format) {}
+  explicit OmPnmEncoder(const OmImageReaderWriter::WriteSettings& settings) : m_settings(settings) {}
 
   /// Appends the whole file to `bytes`. Throws std::bad_alloc if memory runs out.
   void encode(OmImageRows& rows, std::vector<OmU8>& bytes) const;
 
-  /// The text before the pixels; empty if they are alone.
+  /// The text before the pixels without an origin; empty if they are alone.
   static OmString header(OmImageReaderWriter::Format format, OmU32 channels, OmU32 width, OmU32 height);
 
 private:
-  OmImageReaderWriter::Format m_format;
+  const OmImageReaderWriter::WriteSettings& m_settings;
 };
 
 #endif

@@ -1,27 +1,34 @@
 #include "image/codec/omWebPChunks.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace
 {
 
-constexpr std::size_t FileHeadSize = 12; ///< RIFF, a size, WEBP
-constexpr std::size_t HeadSize = 8;      ///< a chunk's type and its size
+constexpr std::uint64_t FileHeadSize = 12; ///< RIFF, a size, WEBP
+constexpr std::size_t HeadSize = 8;        ///< a chunk's type and its size
 
 } // namespace
 
-OmWebPChunk findWebPChunk(const std::vector<OmU8>& file, const char* type)
+std::vector<OmU8> findWebPChunk(const OmInputFile& file, const char* type, std::size_t largest)
 {
-  for (std::size_t at = FileHeadSize; at < file.size() && file.size() - at >= HeadSize;)
+  OmU8 head[HeadSize];
+  for (std::uint64_t at = FileHeadSize; at < file.size();)
   {
-    const OmU8* const head = file.data() + at;
-    const std::size_t size = head[4] | OmU32{head[5]} << 8 | OmU32{head[6]} << 16 | OmU32{head[7]} << 24;
+    if (::fseeko(file.stream(), static_cast<off_t>(at), SEEK_SET) != 0 ||
+        std::fread(head, 1, HeadSize, file.stream()) != HeadSize)
+      break;
+    const OmU32 size = head[4] | OmU32{head[5]} << 8 | OmU32{head[6]} << 16 | OmU32{head[7]} << 24;
     at += HeadSize;
     if (size > file.size() - at)
       break;
     if (std::memcmp(head, type, 4) == 0)
-      return {head + HeadSize, size};
-    at += size + size % 2;
+    {
+      std::vector<OmU8> data(size <= largest ? size : 0);
+      return std::fread(data.data(), 1, data.size(), file.stream()) == data.size() ? data : std::vector<OmU8>();
+    }
+    at += std::uint64_t{size} + size % 2;
   }
   return {};
 }

@@ -1,19 +1,13 @@
 #ifndef OM_WEBP_CHUNKS_H
 #define OM_WEBP_CHUNKS_H
 
-#include "foundation/core/omTypes.h"
+#include "image/codec/omInputFile.h"
 
 #include <cstddef>
 #include <vector>
 
-/// A chunk's data; null if there is none.
-struct OmWebPChunk
-{
-  const OmU8* data = nullptr;
-  std::size_t size = 0;
-};
-
-/// Returns the first whole chunk of that type, four letters, in a WebP file.
-OmWebPChunk findWebPChunk(const std::vector<OmU8>& file, const char* type);
+/// Returns the data of the first whole chunk of that type, four letters, in a WebP file; nothing if there is none of at
+/// most `largest` bytes. The place in the file's stream is undefined afterwards.
+std::vector<OmU8> findWebPChunk(const OmInputFile& file, const char* type, std::size_t largest);
 
 #endif

@@ -1,8 +1,10 @@
 #include "image/codec/omWebP.h"
 
+#include "image/codec/omOrigin.h"
 #include "image/codec/omProfile.h"
-#include "image/codec/omWebPChunks.h"
+#include "image/codec/omXmp.h"
 
+#include <cstring>
 #include <new>
 
 #include <webp/encode.h>
@@ -82,31 +84,41 @@ void append(std::size_t number, std::size_t count, std::vector<OmU8>& bytes)
     bytes.push_back(static_cast<OmU8>(number >> 8 * i));
 }
 
-void appendChunk(const char* type, const OmWebPChunk& chunk, std::vector<OmU8>& bytes)
+/// `type` has four letters.
+template <typename Data>
+void appendChunk(const char* type, const Data& data, std::vector<OmU8>& bytes)
 {
   bytes.insert(bytes.end(), type, type + 4);
-  append(chunk.size, 4, bytes);
-  bytes.insert(bytes.end(), chunk.data, chunk.data + chunk.size);
-  append(0, chunk.size % 2, bytes);
+  append(data.size(), 4, bytes);
+  bytes.insert(bytes.end(), data.begin(), data.end());
+  append(0, data.size() % 2, bytes);
 }
 
-/// Appends the file in the extended form, which has a profile before the picture.
-void appendWithProfile(const std::vector<OmU8>& file, const OmImageRows& rows, const std::vector<OmU8>& profile,
-                       std::vector<OmU8>& bytes)
+/// Appends libwebp's file in the extended form, with what there is of a profile and of an origin.
+void appendExtended(const Picture& file, const OmImageRows& rows, const std::vector<OmU8>* profile,
+                    const OmString& origin, std::vector<OmU8>& bytes)
 {
-  constexpr OmU8 HasProfile = 0x20, HasAlpha = 0x10;
+  constexpr OmU8 HasProfile = 0x20, HasAlpha = 0x10, HasXmp = 0x04;
+  constexpr std::ptrdiff_t FileHeadSize = 12, FeaturesSize = 18; ///< of libwebp's own, which it has with alpha and loss
+  const OmU8* picture = file.begin() + FileHeadSize;
+  if (std::memcmp(picture, "VP8X", 4) == 0)
+    picture += FeaturesSize;
+
   std::vector<OmU8> features;
-  append(HasProfile | (rows.channels() == 4 ? HasAlpha : 0U), 4, features);
+  append((profile != nullptr ? HasProfile : 0U) | (rows.channels() == 4 ? HasAlpha : 0U) |
+             (!origin.empty() ? HasXmp : 0U),
+         4, features);
   append(rows.width() - 1, 3, features);
   append(rows.height() - 1, 3, features);
 
   std::vector<OmU8> body = {'W', 'E', 'B', 'P'};
-  appendChunk("VP8X", {features.data(), features.size()}, body);
-  appendChunk("ICCP", {profile.data(), profile.size()}, body);
-  for (const char* const type : {"ALPH", "VP8 ", "VP8L"})
-    if (const OmWebPChunk chunk = findWebPChunk(file, type); chunk.data != nullptr)
-      appendChunk(type, chunk, body);
-  appendChunk("RIFF", {body.data(), body.size()}, bytes);
+  appendChunk("VP8X", features, body);
+  if (profile != nullptr)
+    appendChunk("ICCP", *profile, body);
+  body.insert(body.end(), picture, file.end());
+  if (!origin.empty())
+    appendChunk("XMP ", OmXmp::packet(origin), body);
+  appendChunk("RIFF", body, bytes);
 }
 
 } // namespace
@@ -120,8 +132,9 @@ bool OmWebP::encode(OmImageRows& rows, const OmImageReaderWriter::WriteSettings&
   if (WebPEncode(&config, &picture) != 0)
   {
     const std::vector<OmU8>* const profile = OmProfile::of(settings.metadata, rows.channels());
-    if (profile != nullptr)
-      appendWithProfile({picture.begin(), picture.end()}, rows, *profile, bytes);
+    const OmString origin = OmOrigin::of(settings.metadata);
+    if (profile != nullptr || !origin.empty())
+      appendExtended(picture, rows, profile, origin, bytes);
     else
       bytes.insert(bytes.end(), picture.begin(), picture.end());
     return true;

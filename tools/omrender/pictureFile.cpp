@@ -59,7 +59,9 @@ OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags, OmImageM
 {
   OmImage image;
   OmImageMetadata ignored;
-  check(OmImageReaderWriter::read(image, file, flags, metadata != nullptr ? *metadata : ignored), "read", file, log);
+  OmImageMetadata& found = metadata != nullptr ? *metadata : ignored;
+  check(OmImageReaderWriter::read(image, file, flags, found), "read", file, log);
+  found.origin.clear();
   return image;
 }
 
@@ -67,6 +69,7 @@ OmDeepImage readDeepPicture(const OmString& file, LibraryLog& log, OmU32 flags, 
 {
   OmDeepImage image;
   check(OmImageReaderWriter::read(image, file, flags, metadata), "read", file, log);
+  metadata.origin.clear();
   return image;
 }
 

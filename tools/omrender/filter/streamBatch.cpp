@@ -52,6 +52,7 @@ private:
   {
     if (!OmImageReaderWriter::decode(image, m_bytes, header().file, OmImageReaderWriter::OpaqueAlpha, m_metadata))
       throw Failure(m_log.takeReason("cannot read " + quoted(header().file)));
+    m_metadata.origin.clear();
   }
 
   std::vector<OmU8> m_bytes;
