@@ -22,8 +22,8 @@ struct PictureFile
 /// Reads the header of a picture. Throws a Failure when the file is no picture.
 PictureFile readHeader(const OmString& file, LibraryLog& log);
 
-/// Reads a picture, with flags of OmImageReaderWriter, and its metadata if they are asked for: without its origin, which
-/// pictures made from this one do not have. Throws a Failure when that fails.
+/// Reads a picture, with flags of OmImageReaderWriter, and its metadata if they are asked for: without its origin,
+/// which pictures made from this one do not have. Throws a Failure when that fails.
 OmImage readPicture(const OmString& file, LibraryLog& log, OmU32 flags = 0, OmImageMetadata* metadata = nullptr);
 
 /// The same with 16-bit channels.
