@@ -15,8 +15,9 @@
 /// as 10.
 OM_EXPORT OmString OmINT2STRING(long long value, int base);
 
-/// Returns a text as it is safely shown in one line: control characters become \n, \t, \r or, byte by byte, \x1b.
-/// Control characters are those below the space, DEL and, in UTF-8, U+0080 to U+009F, which some terminals obey.
+/// Returns a text as it is safely shown in one line: control characters become escape sequences as in C, those without
+/// a letter of their own byte by byte in hexadecimal. Control characters are those below the space, DEL and, in UTF-8,
+/// U+0080 to U+009F, which some terminals obey.
 OM_EXPORT OmString OmEscaped(const OmString& text);
 
 /// Sleeps for at least that many milliseconds; 0 only yields the processor.
