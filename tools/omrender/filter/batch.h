@@ -70,14 +70,15 @@ private:
     std::size_t size = 0; ///< of the encoded result, in bytes
     OmU32 width = 0;      ///< of the result, in pixels
     OmU32 height = 0;
-    bool isLeftOut = false;                                                       ///< by its source
-    bool isDeep = false;                                                          ///< it is filtered with 16 bits
-    bool losesDepth = false;                                                      ///< it would be if the card kept them
-    std::uint64_t memory = 0;                                                     ///< that it takes of the limit
-    OmString failure;                                                             ///< empty if there is none
-    ExitStatus status = AllDone;                                                  ///< by the failure
-    std::array<std::optional<double>, PictureReport::Stages.size()> milliseconds; ///< that the stages took
-    bool isBeyondLimit = false; ///< the failure comes with the signal XFSZ
+    bool isLeftOut = false;      ///< by its source
+    bool isDeep = false;         ///< it is filtered with 16 bits
+    bool losesDepth = false;     ///< it would be if the card kept them
+    std::uint64_t memory = 0;    ///< that it takes of the limit
+    OmString failure;            ///< empty if there is none
+    ExitStatus status = AllDone; ///< by the failure
+    bool isBeyondLimit = false;  ///< the failure comes with the signal XFSZ
+    /// That the stages took.
+    std::array<std::optional<double>, PictureReport::Stages.size()> milliseconds;
   };
 
   using Lock = std::unique_lock<std::mutex>;
